@@ -1,0 +1,97 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "math/MatrixOracle.h"
+#include "math/ReArray.h"
+#include "support/PrintCapture.h"
+
+using Kt::ReArray;
+using namespace matrix_oracle;
+
+namespace {
+
+// The basis must be annihilated by the first n rows and span a space of the right dimension.
+void expectNullSpaceBasis(const Matrix& a, std::size_t n, const ReArray& basis) {
+  ASSERT_EQ(basis.rows(), a[0].size());
+  ASSERT_EQ(basis.columns(), a[0].size() - n);
+  const Matrix rows(a.begin(), a.begin() + static_cast<std::ptrdiff_t>(n));
+  EXPECT_LT(maxAbs(multiply(rows, entries(basis))), 1e-11 * (maxAbs(entries(basis)) + 1.0));
+  EXPECT_TRUE(independentColumns(entries(basis)));
+}
+
+}  // namespace
+
+TEST(ReArrayNullSpace, DenseBasisIsAnnihilatedAndOfFullRank) {
+  TestRandom rng(401);
+  for (int c = 0; c < TestRandom::cases(); ++c) {
+    const std::size_t rows = rng.integer(1, 6), width = rows + rng.integer(1, 4);
+    const std::size_t n = rng.integer(0, static_cast<int>(rows));  // 0: all rows
+    const Matrix a = random(rng, rows, width);
+    ReArray factored = toReArray(a), basis;
+    ReArray::Pivots pivots;
+    ASSERT_TRUE(factored.nullSpace(basis, n, pivots));
+    expectNullSpaceBasis(a, n == 0 ? rows : n, basis);
+  }
+}
+
+TEST(ReArrayNullSpace, SparseVariantMatchesTheDenseOneExactly) {
+  TestRandom rng(402);
+  for (int c = 0; c < TestRandom::cases(); ++c) {
+    // Random leading zeros that keep full row rank: the i-th smallest zero start is at most
+    // i + width - rows.
+    const std::size_t rows = rng.integer(1, 7), width = rows + rng.integer(1, 4);
+    ReArray::Indices expectedStart(rows), zeroStart, working(rows);
+    for (std::size_t r = 0; r < rows; ++r)
+      expectedStart[r] = rng.integer(0, static_cast<int>(r + width - rows));
+    std::shuffle(expectedStart.begin(), expectedStart.end(), rng.engine());
+    Matrix a = random(rng, rows, width);
+    for (std::size_t r = 0; r < rows; ++r) {
+      std::fill_n(a[r].begin(), expectedStart[r], 0.0);
+      a[r][expectedStart[r]] = rng.uniform(0.5, 1.0);
+    }
+    const ReArray matrix = toReArray(a);
+    matrix.calculateZeroStartIndices(zeroStart);
+    ASSERT_EQ(zeroStart, expectedStart);
+
+    ReArray dense = matrix, sparse = matrix, denseBasis, sparseBasis;
+    ReArray::Pivots densePivots, sparsePivots;
+    ASSERT_TRUE(dense.LUDecomposition(0, densePivots));
+    ASSERT_TRUE(sparse.LUDecompositionSparse(0, sparsePivots, zeroStart, working));
+    EXPECT_EQ(sparsePivots, densePivots);
+    EXPECT_TRUE(sparse == dense);
+    dense = matrix;
+    sparse = matrix;
+    ASSERT_TRUE(dense.nullSpace(denseBasis, 0, densePivots));
+    ASSERT_TRUE(sparse.nullSpaceSparse(sparseBasis, 0, sparsePivots, zeroStart, working));
+    EXPECT_TRUE(sparseBasis == denseBasis);
+    expectNullSpaceBasis(a, rows, sparseBasis);
+  }
+}
+
+TEST(ReArrayNullSpace, CombinedZeroStartsAreTheElementwiseMinimum) {
+  ReArray::Indices first = {3, 0, 5}, second = {1, 2, 5, 4}, combined;
+  ReArray().combineIndices(first, second, combined);
+  EXPECT_EQ(combined, (ReArray::Indices{1, 0, 5, 4}));
+  ReArray().combineIndices(first, second, first);  // into one of its inputs
+  EXPECT_EQ(first, combined);
+}
+
+TEST(ReArrayNullSpace, ReportsTooManyRowsAndBadIndexSizes) {
+  PrintCapture capture;
+  ReArray basis, matrix(2, 4);
+  ReArray::Pivots pivots;
+  ReArray::Indices zeroStart = {0, 0}, working(2), tooShort(1);
+  EXPECT_TRUE(matrix.nullSpace(basis, 3, pivots));
+  EXPECT_EQ(basis.columns(), 2u);
+  EXPECT_TRUE(matrix.nullSpaceSparse(basis, 3, pivots, zeroStart, working));
+  EXPECT_FALSE(matrix.LUDecompositionSparse(0, pivots, tooShort, working));
+  EXPECT_FALSE(matrix.LUDecompositionSparse(0, pivots, zeroStart, tooShort));
+  EXPECT_FALSE(ReArray(3, 2).nullSpace(basis, 0, pivots));
+  EXPECT_EQ(capture.text(),
+            "ReArray::nullSpace(): the matrix does not have enough rows\n"
+            "ReArray::nullSpace(): this matrix does not have enough rows\n"
+            "ReArray::LUDecompositionSparse(): zero start wrong size\n"
+            "ReArray::LUDecompositionSparse(): sparse indices wrong size\n"
+            "ReArray::LUDecomposition(): the matrix has more rows than columns\n");
+}

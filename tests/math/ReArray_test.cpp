@@ -1,0 +1,103 @@
+#include "math/ReArray.h"
+
+#include <gtest/gtest.h>
+
+#include "math/MatrixOracle.h"
+#include "support/PrintCapture.h"
+
+using Kt::ReArray;
+using namespace matrix_oracle;
+
+TEST(ReArray, ProductsAgreeWithTheTextbookProduct) {
+  TestRandom rng(501);
+  for (int c = 0; c < TestRandom::cases(); ++c) {
+    const std::size_t m = rng.integer(1, 6), n = rng.integer(1, 6), p = rng.integer(1, 6);
+    const Matrix a = random(rng, m, n), b = random(rng, n, p), left = random(rng, m, p);
+    const Matrix v = random(rng, 1, n), w = random(rng, 1, m);
+    const ReArray matrix = toReArray(a);
+    ReArray result;
+    std::vector<double> vector;
+    EXPECT_LT(maxDifference(entries(matrix * toReArray(b)), multiply(a, b)), 1e-14);
+    ASSERT_TRUE(matrix.transform(v[0], result));
+    EXPECT_LT(maxDifference(transposed(entries(result)), times(a, v)), 1e-14);
+    ASSERT_TRUE(matrix.transposeTransform(w[0], vector));
+    EXPECT_LT(maxDifference({vector}, times(transposed(a), w)), 1e-14);
+    ASSERT_TRUE(matrix.leftTransposeTransform(w[0], result));
+    EXPECT_LT(maxDifference(entries(result), {vector}), 1e-14);
+    ASSERT_TRUE(matrix.leftTransposeTransform(toReArray(left), result));
+    EXPECT_LT(maxDifference(entries(result), multiply(transposed(left), a)), 1e-14);
+    EXPECT_EQ(entries(matrix.transpose()), transposed(a));
+
+    ReArray dyads = toReArray(random(rng, n, n)),
+            expected = dyads + toReArray(multiply(transposed(v), v)) * 3.0;
+    ASSERT_TRUE(dyads.addWeightedSelfOuterProduct(v[0], 2.0) && dyads.addSelfOuterProduct(v[0]));
+    EXPECT_TRUE(dyads.approxEq(expected, 1e-14));
+  }
+}
+
+TEST(ReArray, NormalFormsAreExactlySymmetricProducts) {
+  TestRandom rng(502);
+  for (int c = 0; c < TestRandom::cases(); ++c) {
+    const Matrix a = random(rng, rng.integer(1, 7), rng.integer(1, 7));
+    ReArray under(1, 1), over;
+    ASSERT_TRUE(toReArray(a).underconstrainedNormal(under) && toReArray(a).overconstrainedNormal(over));
+    EXPECT_EQ(under, under.transpose());
+    EXPECT_EQ(over, over.transpose());
+    EXPECT_LT(maxDifference(entries(under), multiply(a, transposed(a))), 1e-14);
+    EXPECT_LT(maxDifference(entries(over), multiply(transposed(a), a)), 1e-14);
+  }
+}
+
+TEST(ReArray, CholeskySolvesSymmetricPositiveDefiniteSystems) {
+  TestRandom rng(503);
+  for (int c = 0; c < TestRandom::cases(); ++c) {
+    const std::size_t n = rng.integer(1, 8);
+    const Matrix root = random(rng, n, n), b = random(rng, 1, n);
+    Matrix a = multiply(root, transposed(root));
+    for (std::size_t i = 0; i < n; ++i) a[i][i] += 0.1;
+    ReArray factor;
+    ASSERT_TRUE(toReArray(a).choleskyDecomposition(factor));
+    const Matrix l = entries(factor);  // its upper triangle must be zero for this product
+    EXPECT_LT(maxDifference(multiply(l, transposed(l)), a), 1e-12 * maxAbs(a));
+
+    std::vector<double> x, fromTranspose, y, yFromTranspose;
+    ASSERT_TRUE(factor.choleskyBackSubstitution(b[0], x));
+    ASSERT_TRUE(factor.transpose().choleskyBackSubstitutionOnTranspose(b[0], fromTranspose));
+    ASSERT_TRUE(factor.lowerTriangularForwardSubstitution(b[0], y));
+    ASSERT_TRUE(factor.transpose().lowerTriangularForwardSubstitutionOnTranspose(b[0], yFromTranspose));
+    EXPECT_LT(maxDifference(times(a, {x}), b), 1e-10 * (maxAbs({x}) + 1.0) * maxAbs(a));
+    EXPECT_LT(maxDifference({fromTranspose}, {x}), 1e-10 * (maxAbs({x}) + 1.0));
+    EXPECT_LT(maxDifference(times(l, {y}), b), 1e-12 * (maxAbs({y}) + 1.0));
+    EXPECT_EQ(yFromTranspose, y);
+  }
+}
+
+TEST(ReArray, RejectsIndefiniteMatricesZeroDiagonalsAndMismatchedShapes) {
+  PrintCapture capture;
+  ReArray factor, unchanged(2, 2);
+  std::vector<double> x;
+  EXPECT_FALSE(toReArray({{1.0, 2.0}, {2.0, 1.0}}).choleskyDecomposition(factor));
+  EXPECT_FALSE(toReArray({{1.0, 0.0}, {3.0, 1e-301}}).choleskyBackSubstitution({1.0, 1.0}, x));
+  unchanged += ReArray(3, 2);
+  EXPECT_EQ(unchanged, ReArray(2, 2));
+  EXPECT_EQ(capture.text(),
+            "ReArray::choleskyDecomposition(): the matrix is not positive definite\n"
+            "ReArray::choleskyBackSubstitution(): zero on the diagonal\n"
+            "ReArray::operator+=(): dimensions do not match\n");
+}
+
+TEST(ReArray, HomogeneousMatrixMapsPoints) {
+  const ReArray pose = toReArray({{0.0, -1.0, 0.0, 1.0}, {1.0, 0.0, 0.0, 2.0}, {0.0, 0.0, 1.0, 3.0}});
+  EXPECT_EQ(pose * Kt::Vector(1.0, -2.0, 0.5), Kt::Vector(3.0, 3.0, 3.5));
+}
+
+TEST(ReArray, SelfTestPasses) {
+  PrintCapture capture;
+  EXPECT_TRUE(ReArray().selfTest());
+  EXPECT_EQ(capture.text(), "");
+}
+
+TEST(ReArrayDeathTest, RowIndexOutsideTheMatrixEndsTheProgram) {
+  const ReArray matrix(2, 2);
+  EXPECT_DEATH((void)matrix[2], "ReArray::operator\\[\\]\\(\\): index 2 is out of range, there are 2");
+}
