@@ -115,7 +115,8 @@ void TransformationComposition_Eigen(benchmark::State& state) {
   const auto& pool = rigidPool();
   std::size_t i = 0;
   for (auto _ : state) {
-    Eigen::Isometry3d composed = pool.eigenIsometries[i % kPoolSize] * pool.eigenIsometries[(i + 1) % kPoolSize];
+    Eigen::Isometry3d composed =
+        pool.eigenIsometries[i % kPoolSize] * pool.eigenIsometries[(i + 1) % kPoolSize];
     benchmark::DoNotOptimize(composed);
     ++i;
   }

@@ -50,6 +50,4 @@ void ktPrint(KtSeverity severity, const char* format, ...) {
   }
 }
 
-KtPrintSink ktSetPrintSink(KtPrintSink sink) {
-  return std::exchange(currentSink(), std::move(sink));
-}
+KtPrintSink ktSetPrintSink(KtPrintSink sink) { return std::exchange(currentSink(), std::move(sink)); }

@@ -15,9 +15,12 @@ class TestRandom {
  public:
   // Each test gets its own stream, derived from the global seed and a per-test salt, so
   // that adding a test does not change the inputs of the others.
-  explicit TestRandom(std::uint64_t salt = 0) : engine_(TestRandomSettings::seed ^ (salt * 0x9E3779B97F4A7C15ull)) {}
+  explicit TestRandom(std::uint64_t salt = 0)
+      : engine_(TestRandomSettings::seed ^ (salt * 0x9E3779B97F4A7C15ull)) {}
 
-  double uniform(double low, double high) { return std::uniform_real_distribution<double>(low, high)(engine_); }
+  double uniform(double low, double high) {
+    return std::uniform_real_distribution<double>(low, high)(engine_);
+  }
   int integer(int low, int high) { return std::uniform_int_distribution<int>(low, high)(engine_); }
   std::mt19937_64& engine() { return engine_; }
 
