@@ -5,7 +5,9 @@ BUILD      ?= build
 ASAN_BUILD ?= build-asan
 BENCH_BUILD ?= build-bench
 JOBS       ?= $(shell nproc)
-CMAKE_FLAGS ?= -DCMAKE_BUILD_TYPE=RelWithDebInfo -DKT_WERROR=ON
+# The benchmarks are compiled with every build (so that they never fall behind the code)
+# but only run by `make bench`.
+CMAKE_FLAGS ?= -DCMAKE_BUILD_TYPE=RelWithDebInfo -DKT_WERROR=ON -DKT_BUILD_BENCH=ON
 
 FORMATTED_SOURCES = $(shell git ls-files '*.h' '*.cpp' 2>/dev/null)
 
@@ -34,7 +36,7 @@ test-sanitized:
 bench: deps
 	cmake -S . -B $(BENCH_BUILD) -DCMAKE_BUILD_TYPE=Release -DKT_BUILD_TESTS=OFF -DKT_BUILD_BENCH=ON
 	cmake --build $(BENCH_BUILD) -j $(JOBS)
-	$(BENCH_BUILD)/bench/kt-bench
+	$(BENCH_BUILD)/bench/kt-bench $(BENCH_ARGS)
 
 format:
 	clang-format -i $(FORMATTED_SOURCES)

@@ -145,10 +145,11 @@ void LuSolve7_Kt(benchmark::State& state) {
   Kt::ReArray factors(7, 7);
   Kt::ReArray::Pivots pivots;
   std::vector<double> solution(7);
+  double determinant = 0.0;
   for (auto _ : state) {
     factors.copyEntriesOf(matrix);
     factors.LUDecomposition(0, pivots);
-    factors.forwardAndBackSub(pivots, rightHandSide, solution);
+    factors.forwardAndBackSub(pivots, rightHandSide, solution, determinant);
     benchmark::DoNotOptimize(solution.data());
   }
 }
