@@ -53,73 +53,60 @@ const RigidPool& rigidPool() {
   return pool;
 }
 
-void QuaternionProduct_Kt(benchmark::State& state) {
-  const auto& pool = rigidPool();
+// Times `operation(a, b)` on pairs of pool entries that change every iteration.
+template <typename Operation>
+void cycleThroughPool(benchmark::State& state, Operation operation) {
   std::size_t i = 0;
   for (auto _ : state) {
-    Kt::Orientation product = pool.orientations[i % kPoolSize] * pool.orientations[(i + 1) % kPoolSize];
-    benchmark::DoNotOptimize(product);
+    auto result = operation(i % kPoolSize, (i + 1) % kPoolSize);
+    benchmark::DoNotOptimize(result);
     ++i;
   }
+}
+
+void QuaternionProduct_Kt(benchmark::State& state) {
+  const auto& pool = rigidPool();
+  cycleThroughPool(state,
+                   [&](std::size_t a, std::size_t b) { return pool.orientations[a] * pool.orientations[b]; });
 }
 BENCHMARK(QuaternionProduct_Kt);
 
 void QuaternionProduct_Eigen(benchmark::State& state) {
   const auto& pool = rigidPool();
-  std::size_t i = 0;
-  for (auto _ : state) {
-    // Normalised, like the toolkit's product, so that both do the same work.
-    Eigen::Quaterniond product =
-        (pool.eigenQuaternions[i % kPoolSize] * pool.eigenQuaternions[(i + 1) % kPoolSize]).normalized();
-    benchmark::DoNotOptimize(product);
-    ++i;
-  }
+  // Normalised, like the toolkit's product, so that both do the same work.
+  cycleThroughPool(state, [&](std::size_t a, std::size_t b) {
+    return (pool.eigenQuaternions[a] * pool.eigenQuaternions[b]).normalized();
+  });
 }
 BENCHMARK(QuaternionProduct_Eigen);
 
 void VectorTransform_Kt(benchmark::State& state) {
   const auto& pool = rigidPool();
-  std::size_t i = 0;
-  for (auto _ : state) {
-    Kt::Vector moved = pool.orientations[i % kPoolSize] * pool.vectors[(i + 1) % kPoolSize];
-    benchmark::DoNotOptimize(moved);
-    ++i;
-  }
+  cycleThroughPool(state,
+                   [&](std::size_t a, std::size_t b) { return pool.orientations[a] * pool.vectors[b]; });
 }
 BENCHMARK(VectorTransform_Kt);
 
 void VectorTransform_Eigen(benchmark::State& state) {
   const auto& pool = rigidPool();
-  std::size_t i = 0;
-  for (auto _ : state) {
-    Eigen::Vector3d moved = pool.eigenQuaternions[i % kPoolSize] * pool.eigenVectors[(i + 1) % kPoolSize];
-    benchmark::DoNotOptimize(moved);
-    ++i;
-  }
+  cycleThroughPool(state, [&](std::size_t a, std::size_t b) {
+    return Eigen::Vector3d(pool.eigenQuaternions[a] * pool.eigenVectors[b]);
+  });
 }
 BENCHMARK(VectorTransform_Eigen);
 
 void TransformationComposition_Kt(benchmark::State& state) {
   const auto& pool = rigidPool();
-  std::size_t i = 0;
-  for (auto _ : state) {
-    Kt::coordinateSystemTransformation composed =
-        pool.transformations[i % kPoolSize] * pool.transformations[(i + 1) % kPoolSize];
-    benchmark::DoNotOptimize(composed);
-    ++i;
-  }
+  cycleThroughPool(
+      state, [&](std::size_t a, std::size_t b) { return pool.transformations[a] * pool.transformations[b]; });
 }
 BENCHMARK(TransformationComposition_Kt);
 
 void TransformationComposition_Eigen(benchmark::State& state) {
   const auto& pool = rigidPool();
-  std::size_t i = 0;
-  for (auto _ : state) {
-    Eigen::Isometry3d composed =
-        pool.eigenIsometries[i % kPoolSize] * pool.eigenIsometries[(i + 1) % kPoolSize];
-    benchmark::DoNotOptimize(composed);
-    ++i;
-  }
+  cycleThroughPool(state, [&](std::size_t a, std::size_t b) {
+    return Eigen::Isometry3d(pool.eigenIsometries[a] * pool.eigenIsometries[b]);
+  });
 }
 BENCHMARK(TransformationComposition_Eigen);
 
