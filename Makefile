@@ -4,6 +4,8 @@
 BUILD      ?= build
 ASAN_BUILD ?= build-asan
 BENCH_BUILD ?= build-bench
+FUZZ_BUILD ?= build-fuzz
+FUZZ_SECONDS ?= 60
 JOBS       ?= $(shell nproc)
 # The benchmarks are compiled with every build (so that they never fall behind the code)
 # but only run by `make bench`.
@@ -11,12 +13,12 @@ CMAKE_FLAGS ?= -DCMAKE_BUILD_TYPE=RelWithDebInfo -DKT_WERROR=ON -DKT_BUILD_BENCH
 
 FORMATTED_SOURCES = $(shell git ls-files '*.h' '*.cpp' 2>/dev/null)
 
-.PHONY: demo test deps build test-plain test-sanitized bench format format-check clean
+.PHONY: demo test deps build test-plain test-sanitized fuzz bench format format-check clean
 
 demo: deps build
 	$(BUILD)/tools/kt-demo
 
-test: deps format-check test-plain test-sanitized
+test: deps format-check test-plain test-sanitized fuzz
 
 deps:
 	@./tools/install-dependencies.sh
@@ -33,6 +35,16 @@ test-sanitized:
 	cmake --build $(ASAN_BUILD) -j $(JOBS)
 	ctest --test-dir $(ASAN_BUILD) -j $(JOBS) --output-on-failure
 
+# The XML reader under libFuzzer with ASan+UBSan for a bounded time, starting from the seed
+# corpus; new inputs it finds go to a scratch corpus inside the build directory.
+fuzz:
+	cmake -S . -B $(FUZZ_BUILD) -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+	  -DKT_FUZZ=ON -DKT_BUILD_TESTS=OFF
+	cmake --build $(FUZZ_BUILD) -j $(JOBS) --target kt-xml-fuzzer
+	mkdir -p $(FUZZ_BUILD)/corpus
+	$(FUZZ_BUILD)/tests/fuzz/kt-xml-fuzzer -max_total_time=$(FUZZ_SECONDS) -max_len=65536 -timeout=10 \
+	  -rss_limit_mb=2048 -print_final_stats=1 $(FUZZ_BUILD)/corpus tests/fuzz/corpus
+
 bench: deps
 	cmake -S . -B $(BENCH_BUILD) -DCMAKE_BUILD_TYPE=Release -DKT_BUILD_TESTS=OFF -DKT_BUILD_BENCH=ON
 	cmake --build $(BENCH_BUILD) -j $(JOBS)
@@ -45,4 +57,4 @@ format-check:
 	clang-format --dry-run --Werror $(FORMATTED_SOURCES)
 
 clean:
-	rm -rf $(BUILD) $(ASAN_BUILD) $(BENCH_BUILD)
+	rm -rf $(BUILD) $(ASAN_BUILD) $(BENCH_BUILD) $(FUZZ_BUILD)

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <cstddef>
+
+// Bounds that keep the reader safe on hostile or broken documents. A document that
+// exceeds one of them is rejected with a message instead of exhausting memory or stack.
+inline constexpr std::size_t ktXmlMaxDepth = 256;                      // nested elements, across includes
+inline constexpr std::size_t ktXmlMaxNameLength = 4096;                // element and attribute names
+inline constexpr std::size_t ktXmlMaxTextLength = 256u * 1024 * 1024;  // one content text or attribute value
+inline constexpr std::size_t ktXmlMaxAttributes = 1024;                // attributes on one start tag
+inline constexpr std::size_t ktXmlMaxIncludeDepth = 16;                // documents included within each other
+inline constexpr std::size_t ktXmlMaxReservedEntries = 1u << 20;  // entries reserved from a "size" attribute

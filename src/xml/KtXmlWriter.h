@@ -1,0 +1,114 @@
+#pragma once
+
+#include <cstddef>
+#include <ostream>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "xml/KtToken.h"
+#include "xml/KtXmlSchema.h"
+#include "xml/KtXmlSimpleType.h"
+#include "xml/KtXmlWriterDefaults.h"
+
+// Lays out one XML document on the caller's stream.
+//
+// Elements are written by name (token); the element prefix is the last path segment of the
+// token's namespace URI, declared on the first element that uses it. Content items are
+// gathered on the element's line, blank-separated and ten to a line; content longer than
+// 50 characters is set off on lines of its own. An element closed with nothing written
+// into it becomes a nil element. Mistakes of the caller are reported and the writer goes
+// on, so the document may then be malformed.
+//
+// Output is collected in memory and handed to the stream in large blocks; flush() (or the
+// destructor) hands over the rest.
+class KtXmlWriter {
+ public:
+  // What has been written since the current element's start tag.
+  enum Mode { kNothing = 0, kStartTag = 1, kAttributes = 3, kContent = 4, kEndTag = 5 };
+
+  KtXmlWriter(std::string fileName, std::ostream& out);
+  ~KtXmlWriter();
+  KtXmlWriter(const KtXmlWriter&) = delete;
+  KtXmlWriter& operator=(const KtXmlWriter&) = delete;
+
+  // Chooses style 0 or 1 (see KtXmlWriterStrings); any other value changes nothing.
+  void setStyle(int style) { m_strings.applyStyle(style); }
+  const KtXmlWriterStrings& strings() const { return m_strings; }
+
+  // The root element, preceded by the document header and followed by the schema-instance
+  // declaration and the schema location.
+  void writeRootStartElement(const KtToken& token);
+  void writeStartElement(const KtToken& token);
+  // A child element in the namespace of the current element (for the parts of a wrapper).
+  void writeStartElement(std::string_view localName);
+  void writeAttribute(const KtToken& token, std::string_view value);
+  void writeContentItem(std::string_view text);
+  void writeEndElement();
+
+  // Writes a simple value as an attribute or as a content item.
+  template <KtXmlSimple T>
+  void writeAttributeValue(const KtToken& token, const T& value) {
+    m_format.clear();
+    KtXmlSimpleType<T>::format(value, m_format);
+    writeAttribute(token, m_format);
+  }
+  template <KtXmlSimple T>
+  void writeContentValue(const T& value) {
+    m_format.clear();
+    KtXmlSimpleType<T>::format(value, m_format);
+    writeContentItem(m_format);
+  }
+
+  // Hands everything written so far to the stream; false when the stream failed.
+  bool flush();
+
+  // Whether components that could be omitted are written all the same.
+  bool writesEveryComponent() const { return m_writeEveryComponent; }
+  void setWriteEveryComponent(bool on) { m_writeEveryComponent = on; }
+  // Whether a schema is gathered and written beside the document.
+  bool writesSchema() const { return m_writeSchema; }
+  void setWriteSchema(bool on) { m_writeSchema = on; }
+  KtXmlSchema& schema() { return m_schema; }
+
+  // The schema file named in the root's schema location: the document's file name without
+  // directory and extension, the namespace's last path segment and ".xsd".
+  std::string schemaFileName(const KtToken& root) const;
+
+  const std::string& fileName() const { return m_fileName; }
+  int mode() const { return m_mode; }
+  std::size_t depth() const { return m_depth; }
+
+  static constexpr std::size_t kItemsPerLine = 10;
+  static constexpr std::size_t kLongContent = 50;
+
+ private:
+  void beginElement(const KtToken& token, bool root);
+  void closeStartTagForChild();
+  void appendQualifiedName(const KtToken& token);
+  void appendIndentation(std::size_t depth);
+  bool isDeclared(const std::string& nameSpace) const;
+  void flushIfLarge();
+
+  std::ostream& m_stream;
+  std::string m_fileName;
+  KtXmlWriterStrings m_strings;
+  bool m_writeEveryComponent;
+  bool m_writeSchema;
+  KtXmlSchema m_schema;
+
+  std::string m_out;      // written text not yet handed to the stream
+  std::string m_format;   // formatting buffer for single values
+  KtToken m_childToken;   // name of the latest wrapper part, reused
+  std::string m_content;  // the pending content line of the current element
+  int m_mode = kNothing;
+  std::size_t m_depth = 0;
+  std::size_t m_items = 0;
+  struct OpenElement {
+    std::string qualifiedName;
+    std::string nameSpace;
+  };
+  std::vector<OpenElement> m_open;                              // entries beyond m_depth are spare
+  std::vector<std::pair<std::size_t, std::string>> m_declared;  // depth of declaration, namespace
+};

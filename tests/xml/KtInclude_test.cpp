@@ -1,0 +1,122 @@
+#include "xml/KtInclude.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <map>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "KtXmlTestObjects.h"
+#include "support/PrintCapture.h"
+
+namespace {
+
+// Serves documents from memory and records which names were asked for.
+class MemoryDocuments {
+ public:
+  MemoryDocuments()
+      : m_previous(KtInclude::setDocumentOpener([this](const std::string& name, std::string& resolved) {
+          m_requested.push_back(name);
+          const std::string normal = std::filesystem::path(name).lexically_normal().string();
+          const auto found = m_documents.find(normal);
+          if (found == m_documents.end()) return std::unique_ptr<std::istream>();
+          resolved = normal;
+          return std::unique_ptr<std::istream>(std::make_unique<std::istringstream>(found->second));
+        })) {}
+  ~MemoryDocuments() { KtInclude::setDocumentOpener(m_previous); }
+
+  void add(const std::string& name, const std::string& text) { m_documents[name] = text; }
+  const std::vector<std::string>& requested() const { return m_requested; }
+
+ private:
+  std::map<std::string, std::string> m_documents;
+  std::vector<std::string> m_requested;
+  KtDocumentOpener m_previous;
+};
+
+std::string includeOf(const std::string& href) {
+  return "<sm:KtInclude xmlns:sm=\"s\" xmlns:xlink=\"http://www.w3.org/1999/xlink\" xlink:type=\"simple\" "
+         "xlink:href=\"" +
+         href + "\"/>";
+}
+
+TEST(KtInclude, resolvesHrefsAgainstTheIncludingDocument) {
+  const struct {
+    const char* href;
+    const char* including;
+    const char* resolved;
+  } cases[] = {{"part.xml", "dir/main.xml", "dir/part.xml"},
+               {"sub/part.xml", "a\\b\\main.xml", "a\\b\\sub/part.xml"},
+               {"part.xml", "main.xml", "part.xml"},
+               {"/abs/part.xml", "dir/main.xml", "/abs/part.xml"},
+               {"c:\\part.xml", "dir/main.xml", "c:\\part.xml"},
+               {"C:/part.xml", "dir/main.xml", "C:/part.xml"},
+               {"d:\\part.xml", "dir/main.xml", "dir/d:\\part.xml"}};
+  for (const auto& c : cases) EXPECT_EQ(KtInclude::resolveHref(c.href, c.including), c.resolved) << c.href;
+}
+
+TEST(KtInclude, replacesTheElementByTheIncludedRoot) {
+  MemoryDocuments documents;
+  documents.add("dir/leaf.xml", "<?xml version=\"1.0\"?>\n<element><value>7</value></element>\n");
+  documents.add("dir/sub/reals.xml", "<reals size=\"2\"><group>1 2</group></reals>");
+  documents.add("dir/sub/other.xml", includeOf("../leaf.xml"));
+  PrintCapture capture;
+  KtTestEverything read;
+  ASSERT_TRUE(ktTestRead(read,
+                         "<e><leaves size=\"2\">" + includeOf("leaf.xml") + includeOf("sub/other.xml") +
+                             "</leaves>" + includeOf("sub/reals.xml") + "<real>3</real></e>",
+                         "dir/main.xml"));
+  EXPECT_EQ(capture.text(), "");
+  EXPECT_EQ(documents.requested(), (std::vector<std::string>{"dir/leaf.xml", "dir/sub/other.xml",
+                                                             "dir/sub/../leaf.xml", "dir/sub/reals.xml"}));
+  ASSERT_EQ(read.m_leaves.size(), 2u);
+  EXPECT_EQ(read.m_leaves[1].m_value, 7.0);
+  EXPECT_EQ(read.m_reals.value(), (std::vector<KtReal>{1, 2}));
+  EXPECT_EQ(read.m_real, 3.0);
+}
+
+struct Failure {
+  std::string document;
+  std::string messages;
+};
+
+TEST(KtInclude, rejectsBadIncludes) {
+  MemoryDocuments documents;
+  documents.add("a.xml", "<x>" + includeOf("b.xml") + "</x>");
+  documents.add("b.xml", "<x>\n" + includeOf("./a.xml") + "</x>");
+  for (int i = 0; i < 20; ++i) {
+    documents.add("deep" + std::to_string(i) + ".xml",
+                  "<x>" + includeOf("deep" + std::to_string(i + 1) + ".xml") + "</x>");
+  }
+  documents.add("broken.xml", "<x><y></x>");
+  const std::string xlink = "<sm:KtInclude xmlns:sm=\"s\" xmlns:xlink=\"http://www.w3.org/1999/xlink\" ";
+  const Failure failures[] = {
+      {includeOf("a.xml"), "KtXmlReader Error: include cycle through a.xml.\n\tFile: b.xml\n\tLine: 2\n"},
+      {includeOf("deep0.xml"),
+       "KtXmlReader Error: includes nested deeper than 16 levels.\n\tFile: deep15.xml\n\tLine: 1\n"},
+      {includeOf("missing.xml"), "KtXmlReader Error: not able to open file: missing.xml\n"},
+      {xlink + "xlink:href=\"a.xml\" role=\"x\"/>",
+       "KtXmlReader Error: attribute name can only be simple and href, not role.\n\tFile: main.xml\n\tLine: "
+       "1\n"},
+      {xlink + "xlink:type=\"extended\" xlink:href=\"a.xml\"/>",
+       "KtXmlReader Error: XLink 'type' needs to be simple.\n\tFile: main.xml\n\tLine: 1\n"},
+      {xlink + "xlink:type=\"simple\"/>",
+       "KtXmlReader Error: XLink syntax not correct.\n\tFile: main.xml\n\tLine: 1\n"},
+      {xlink + "xlink:href=\"a.xml\">text</sm:KtInclude>",
+       "KtXmlReader Error: XLink syntax not correct.\n\tFile: main.xml\n\tLine: 1\n"},
+      {includeOf("broken.xml"),
+       "KtXmlFileReader Error: file not well formed.\n\tEnd tag closed incorrect start tag.\n\tFile: "
+       "broken.xml\n\tLine: "
+       "1\n\tStart tag: y\n\tEnd tag: x\n"},
+  };
+  for (const Failure& failure : failures) {
+    PrintCapture capture;
+    KtTestLeaf leaf;
+    EXPECT_FALSE(ktTestRead(leaf, "<a>" + failure.document + "</a>", "main.xml")) << failure.document;
+    EXPECT_EQ(capture.text(), failure.messages) << failure.document;
+  }
+}
+
+}  // namespace

@@ -1,0 +1,115 @@
+#pragma once
+
+#include <sstream>
+#include <string>
+
+#include "foundation/Types.h"
+#include "support/Random.h"
+#include "xml/KtXmlBasicType.h"
+#include "xml/KtXmlCompoundType.h"
+#include "xml/KtXmlEnumType.h"
+#include "xml/KtXmlFile.h"
+#include "xml/KtXmlMapType.h"
+#include "xml/KtXmlNamespaces.h"
+#include "xml/KtXmlOrientation.h"
+#include "xml/KtXmlPairType.h"
+#include "xml/KtXmlSetType.h"
+#include "xml/KtXmlVariableVectorType.h"
+#include "xml/KtXmlVector.h"
+#include "xml/KtXmlVectorType.h"
+
+// Persistent classes used by the XML tests, written the way toolkit classes are.
+
+enum class KtTestJoint { rotational, prismatic };
+
+template <>
+struct KtXmlEnumWords<KtTestJoint> {
+  static constexpr std::string_view name = "testJoint";
+  static constexpr std::string_view words[] = {"rotational", "prismatic"};
+};
+
+// A small leaf: one number and one vector.
+class KtTestLeaf : public KtXmlCloneable<KtTestLeaf, KtXmlCompoundType> {
+ public:
+  const KtToken& elementToken() const override {
+    static const KtToken token(ktNamespaceSm, "testLeaf");
+    return token;
+  }
+  KtXmlBasicType<KtReal> m_value;
+  KtXmlVector m_offset;
+
+ protected:
+  void registerComponents() override {
+    static const KtToken value(ktNamespaceSm, "value"), offset(ktNamespaceSm, "offset");
+    registerComponent(value, m_value);
+    registerComponent(offset, m_offset);
+  }
+};
+
+// A leaf of another class, so that polymorphic vectors hold more than one class.
+class KtTestOtherLeaf : public KtXmlCloneable<KtTestOtherLeaf, KtTestLeaf> {
+ public:
+  const KtToken& elementToken() const override {
+    static const KtToken token(ktNamespaceSm, "testOtherLeaf");
+    return token;
+  }
+  KtXmlBasicType<std::string> m_label;
+
+ protected:
+  void registerComponents() override {
+    KtTestLeaf::registerComponents();
+    static const KtToken label(ktNamespaceSm, "label");
+    registerComponent(label, m_label);
+  }
+};
+
+// A compound with one member of every wrapper.
+class KtTestEverything : public KtXmlCloneable<KtTestEverything, KtXmlCompoundType> {
+ public:
+  KtTestEverything();
+  const KtToken& elementToken() const override {
+    static const KtToken token(ktNamespaceCt, "testEverything");
+    return token;
+  }
+
+  KtXmlBasicType<KtReal> m_real;
+  KtXmlBasicType<float> m_single;
+  KtXmlBasicType<bool> m_flag;
+  KtXmlBasicType<long> m_count;
+  KtXmlBasicType<unsigned char> m_small;
+  KtXmlBasicType<std::string> m_name;
+  KtXmlBasicType<KtU32> m_tag;  // an attribute
+  KtXmlEnumType<KtTestJoint> m_joint;
+  KtXmlPairType<int, std::string> m_pair;
+  KtXmlMapType<std::string, KtReal> m_map;
+  KtXmlSetType<long> m_set;
+  KtXmlVectorType<KtReal> m_reals;
+  KtXmlVectorType<std::string> m_words;
+  KtXmlVectorType<Kt::Vector> m_points;
+  KtXmlVectorType<KtTestLeaf> m_leaves;
+  KtXmlVariableVectorType<KtTestLeaf> m_variety;
+  KtXmlVector m_vector;
+  KtXmlOrientation m_orientation;
+
+ protected:
+  void registerComponents() override;
+};
+
+// The factory holding the two leaf classes.
+const KtXmlFactory& testLeafFactory();
+
+// Gives every member of the object a random value (strings without blanks at either end,
+// since content is trimmed on reading).
+void fillRandomly(KtTestEverything& e, TestRandom& rng);
+
+// Writes an object as a document into a string, and reads a document from a string.
+inline std::string ktTestWrite(const KtXmlObject& object, const std::string& name = "test.xml") {
+  std::ostringstream out;
+  ktWriteObjectToStream(object, out, name);
+  return out.str();
+}
+
+inline bool ktTestRead(KtXmlObject& object, const std::string& text, const std::string& name = "test.xml") {
+  std::istringstream in(text);
+  return ktReadObjectFromStream(object, in, name);
+}
