@@ -1,12 +1,19 @@
-// Host-side demonstration of the exported math: composes a few poses, prints them as 4x4
-// matrices and 3-2-1 Euler angles, and solves a small linear system.
+// Host-side demonstration: composes a few poses with the exported math and solves a small
+// linear system, then loads the 7-joint sample arm and prints its link frames for a fixed
+// joint vector and its modified D-H rows.
+// Usage: kt-demo [data directory]   (default: the source tree's data directory)
 #include <cmath>
 #include <cstdio>
 #include <numbers>
+#include <string>
 #include <vector>
 
+#include "foundation/FileUtil.h"
+#include "manipulator/KtManipulatorActiveState.h"
+#include "manipulator/KtStatedSystem.h"
 #include "math/ReArray.h"
 #include "math/coordinateSystemTransformation.h"
+#include "xml/KtXmlFile.h"
 
 namespace {
 
@@ -26,9 +33,43 @@ void printPose(const char* name, const Kt::coordinateSystemTransformation& pose)
               pitch / kDegree, roll / kDegree);
 }
 
+void printTranslationAndEuler(const char* name, const Kt::coordinateSystemTransformation& frame) {
+  double yaw = 0.0, pitch = 0.0, roll = 0.0;
+  frame.orientation().get321Euler(yaw, pitch, roll);
+  const Kt::Vector& p = frame.translation();
+  std::printf("  %-14s p = (%8.5f, %8.5f, %8.5f)  3-2-1 Euler (deg) = (%9.4f, %9.4f, %9.4f)\n", name, p.x(),
+              p.y(), p.z(), yaw / kDegree, pitch / kDegree, roll / kDegree);
+}
+
+// Loads the sample arm through the data-file finder and prints its frames and D-H rows.
+int showSampleArm(const std::string& dataDirectory) {
+  KtFileUtil::setDataDirectories({dataDirectory});
+  KtStatedSystem stated;
+  if (!ktReadObjectFromFile(stated, "craig_arm.xml") || stated.system().size() == 0) {
+    std::printf("could not load craig_arm.xml from %s\n", dataDirectory.c_str());
+    return 1;
+  }
+  const KtIndividualManipulator& arm = stated.system().manipulator(0);
+  const std::vector<double> joints = {0.0, -0.3, 0.0, -2.2, 0.0, 2.0, 0.8};
+  KtManipulatorActiveState active;
+  active.activePositionState().setJointPositions(joints);
+  std::printf("sample arm %s, %zu joints, joint values (rad):", arm.identifier().c_str(), arm.jointDof());
+  for (double q : joints) std::printf(" %.2f", q);
+  std::printf("\nlink frames in system coordinates (primary frames):\n");
+  for (std::size_t i = 0; i < arm.jointDof(); ++i) {
+    printTranslationAndEuler(arm.link(i).identifier().c_str(), arm.link(i).primaryFrameInSystem(active));
+  }
+  std::printf("modified (Craig) D-H rows:\n  link  a (m)     alpha (rad)  d (m)\n");
+  for (std::size_t i = 0; i < arm.jointDof(); ++i) {
+    const KtDenavitHartenberg* dh = arm.link(i).denavitHartenberg();
+    if (dh != nullptr) std::printf("  %zu  %9.5f  %9.5f  %9.5f\n", i + 1, dh->a(), dh->alpha(), dh->d());
+  }
+  return 0;
+}
+
 }  // namespace
 
-int main() {
+int main(int argc, char** argv) {
   Kt::Orientation shoulderTurn;
   shoulderTurn.setFrom321Euler(30.0 * kDegree, 0.0, 0.0);
   Kt::Orientation elbowBend;
@@ -54,7 +95,7 @@ int main() {
   const std::vector<double> rightHandSide = {11.0, -16.0, 17.0};
   std::vector<double> solution;
   if (!system.solve(rightHandSide, solution)) return 1;
-  std::printf("solution of the 3x3 system: (%.6f, %.6f, %.6f), determinant %.6f\n", solution[0], solution[1],
-              solution[2], system.determinant());
-  return 0;
+  std::printf("solution of the 3x3 system: (%.6f, %.6f, %.6f), determinant %.6f\n\n", solution[0],
+              solution[1], solution[2], system.determinant());
+  return showSampleArm(argc > 1 ? argv[1] : KT_DEMO_DATA_DIR);
 }

@@ -1,0 +1,132 @@
+// Forward kinematics of the 7-joint sample arm (modified D-H parameters) beside KDL's
+// recursive position solver for the same arm, in one binary. "Fresh" takes a new joint
+// vector every iteration, so no cached frame can be reused; "Repeated" asks again for the
+// same joints, which the lazy frames answer from their cache.
+#include <benchmark/benchmark.h>
+
+#include <kdl/chain.hpp>
+#include <kdl/chainfksolverpos_recursive.hpp>
+#include <memory>
+#include <numbers>
+#include <random>
+#include <vector>
+
+#include "manipulator/KtIndividualManipulator.h"
+#include "manipulator/KtManipulatorActiveState.h"
+
+namespace {
+
+constexpr std::size_t kJoints = 7;
+constexpr std::size_t kPoolSize = 256;
+constexpr double kHalfPi = std::numbers::pi / 2;
+
+struct Row {
+  double a, alpha, d;
+};
+// The modified D-H table of the Craig sample arm (data/craig_arm.xml).
+const Row kRows[kJoints] = {{0, 0, 0.333},        {0, -kHalfPi, 0},           {0, kHalfPi, 0.316},
+                            {0.0825, kHalfPi, 0}, {-0.0825, -kHalfPi, 0.384}, {0, kHalfPi, 0},
+                            {0.088, kHalfPi, 0}};
+
+std::unique_ptr<KtIndividualManipulator> makeArm() {
+  auto arm = std::make_unique<KtIndividualManipulator>();
+  int parent = KtManipulatorLink::kBaseLinkIndex;
+  for (const Row& row : kRows) {
+    auto joint = std::make_unique<KtDenavitHartenberg>();
+    joint->setDhType(KtDhType::craig);
+    joint->setA(row.a);
+    joint->setAlpha(row.alpha);
+    joint->setD(row.d);
+    auto link = std::make_unique<KtManipulatorLink>();
+    link->setKinematics(std::move(joint));
+    parent = arm->addLink(parent, std::move(link));
+  }
+  return arm;
+}
+
+// The same arm as one KDL segment per joint: Rz(q_i)·Tz(d_i) followed by the next joint's
+// Rx(alpha)·Tx(a) (the first joint's is the identity for this arm).
+KDL::Chain makeKdlChain() {
+  KDL::Chain chain;
+  for (std::size_t i = 0; i < kJoints; ++i) {
+    KDL::Frame tip(KDL::Vector(0, 0, kRows[i].d));
+    if (i + 1 < kJoints) tip = tip * KDL::Frame::DH_Craig1989(kRows[i + 1].a, kRows[i + 1].alpha, 0, 0);
+    chain.addSegment(KDL::Segment(KDL::Joint(KDL::Joint::RotZ), tip));
+  }
+  return chain;
+}
+
+const std::vector<std::vector<double>>& jointPool() {
+  static const std::vector<std::vector<double>> pool = [] {
+    std::mt19937_64 engine(3);
+    std::uniform_real_distribution<double> angle(-2.8, 2.8);
+    std::vector<std::vector<double>> vectors(kPoolSize, std::vector<double>(kJoints));
+    for (auto& q : vectors) {
+      for (double& value : q) value = angle(engine);
+    }
+    return vectors;
+  }();
+  return pool;
+}
+
+void ktFrames(benchmark::State& state, bool fresh, bool everyLink) {
+  const auto arm = makeArm();
+  KtManipulatorActiveState active;
+  KtManipulatorActivePositionState& positions = active.activePositionState();
+  const auto& pool = jointPool();
+  std::size_t next = 0;
+  for (auto _ : state) {
+    if (fresh) next = (next + 1) % kPoolSize;
+    positions.setJointPositions(pool[next]);
+    if (everyLink) {
+      for (std::size_t i = 0; i < kJoints; ++i)
+        benchmark::DoNotOptimize(&arm->link(i).dhFrameInSystem(active));
+    } else {
+      benchmark::DoNotOptimize(&arm->link(kJoints - 1).dhFrameInSystem(active));
+    }
+  }
+}
+
+void kdlFrames(benchmark::State& state, bool fresh, bool everyLink) {
+  const KDL::Chain chain = makeKdlChain();
+  KDL::ChainFkSolverPos_recursive solver(chain);
+  std::vector<KDL::JntArray> pool;
+  for (const auto& q : jointPool()) {
+    KDL::JntArray joints(kJoints);
+    for (std::size_t i = 0; i < kJoints; ++i) joints(static_cast<unsigned>(i)) = q[i];
+    pool.push_back(joints);
+  }
+  std::vector<KDL::Frame> frames(kJoints);
+  KDL::Frame last;
+  std::size_t next = 0;
+  for (auto _ : state) {
+    if (fresh) next = (next + 1) % kPoolSize;
+    if (everyLink) {
+      solver.JntToCart(pool[next], frames);
+      benchmark::DoNotOptimize(frames.data());
+    } else {
+      solver.JntToCart(pool[next], last);
+      benchmark::DoNotOptimize(&last);
+    }
+  }
+}
+
+void BM_KtEveryLinkFresh(benchmark::State& state) { ktFrames(state, true, true); }
+void BM_KdlEveryLinkFresh(benchmark::State& state) { kdlFrames(state, true, true); }
+void BM_KtLastLinkFresh(benchmark::State& state) { ktFrames(state, true, false); }
+void BM_KdlLastLinkFresh(benchmark::State& state) { kdlFrames(state, true, false); }
+void BM_KtEveryLinkRepeated(benchmark::State& state) { ktFrames(state, false, true); }
+void BM_KdlEveryLinkRepeated(benchmark::State& state) { kdlFrames(state, false, true); }
+void BM_KtLastLinkRepeated(benchmark::State& state) { ktFrames(state, false, false); }
+void BM_KdlLastLinkRepeated(benchmark::State& state) { kdlFrames(state, false, false); }
+
+}  // namespace
+
+BENCHMARK(BM_KtEveryLinkFresh);
+BENCHMARK(BM_KdlEveryLinkFresh);
+BENCHMARK(BM_KtLastLinkFresh);
+BENCHMARK(BM_KdlLastLinkFresh);
+BENCHMARK(BM_KtEveryLinkRepeated);
+BENCHMARK(BM_KdlEveryLinkRepeated);
+BENCHMARK(BM_KtLastLinkRepeated);
+BENCHMARK(BM_KdlLastLinkRepeated);

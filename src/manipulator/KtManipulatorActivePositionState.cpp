@@ -1,0 +1,63 @@
+#include "manipulator/KtManipulatorActivePositionState.h"
+
+#include "manipulator/KtIndividualManipulator.h"
+#include "xml/KtXmlNamespaces.h"
+
+const KtToken& KtManipulatorActivePositionState::elementToken() const {
+  static const KtToken token(ktNamespaceSm, "manipulatorActivePositionState");
+  return token;
+}
+
+void KtManipulatorActivePositionState::registerComponents() {
+  static const KtToken position(ktNamespaceSm, "positionState"), links(ktNamespaceSm, "linkPositionStates"),
+      base(ktNamespaceSm, "basePositionState");
+  registerComponent(position, m_positionState);
+  registerComponent(links, m_linkPositionStates);
+  registerComponent(base, m_basePositionState);
+}
+
+void KtManipulatorActivePositionState::invalidateFrom(std::size_t firstLink) {
+  for (std::size_t i = firstLink; i < m_linkPositionStates.size(); ++i) m_linkPositionStates[i].invalidate();
+}
+
+void KtManipulatorActivePositionState::invalidateAll() {
+  m_basePositionState.invalidate();
+  invalidateFrom(0);
+}
+
+void KtManipulatorActivePositionState::rebind(const KtIndividualManipulator& manipulator) {
+  invalidateAll();
+  m_linkPositionStates.resize(manipulator.jointDof());
+  m_model = &manipulator;
+  m_revision = KtModelRevision::current();
+}
+
+void KtManipulatorActivePositionState::setJointPositions(const std::vector<KtReal>& positions) {
+  std::vector<KtReal>& joints = m_positionState.jointPositions();
+  std::size_t firstChange = 0;
+  if (joints.size() == positions.size()) {
+    while (firstChange < joints.size() && joints[firstChange] == positions[firstChange]) ++firstChange;
+  }
+  invalidateFrom(firstChange);
+  joints.assign(positions.begin(), positions.end());
+}
+
+void KtManipulatorActivePositionState::setJointPosition(std::size_t index, KtReal position) {
+  std::vector<KtReal>& joints = m_positionState.jointPositions();
+  if (index >= joints.size()) joints.resize(index + 1, 0.0);
+  if (joints[index] == position) return;
+  joints[index] = position;
+  invalidateFrom(index);
+}
+
+void KtManipulatorActivePositionState::setBasePose(const Kt::coordinateSystemTransformation& pose) {
+  const Kt::coordinateSystemTransformation& current = m_positionState.coordinateSystemTransform();
+  if (current == pose && current.mode() == pose.mode()) return;
+  m_positionState.setCoordinateSystemTransform(pose);
+  invalidateAll();
+}
+
+void KtManipulatorActivePositionState::setPositionState(const KtPositionState& state) {
+  setBasePose(state.coordinateSystemTransform());
+  setJointPositions(state.jointPositions());
+}

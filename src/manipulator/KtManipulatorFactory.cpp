@@ -1,0 +1,17 @@
+// Enters the classes that documents create by element name (link kinematics, links and
+// manipulators, which stand in polymorphic vectors) into the default factory at start-up.
+#include "manipulator/KtDenavitHartenberg.h"
+#include "manipulator/KtIndividualManipulator.h"
+#include "xml/KtXmlFactory.h"
+
+namespace {
+
+const bool registered = [] {
+  KtXmlFactory& factory = KtXmlFactory::defaultFactory();
+  factory.registerClass<KtDenavitHartenberg>();
+  factory.registerClass<KtManipulatorLink>();
+  factory.registerClass<KtIndividualManipulator>();
+  return true;
+}();
+
+}  // namespace

@@ -1,0 +1,170 @@
+#include "manipulator/KtManipulatorLink.h"
+
+#include <limits>
+
+#include "foundation/Print.h"
+#include "manipulator/KtIndividualManipulator.h"
+#include "manipulator/KtManipulatorActiveState.h"
+#include "manipulator/KtModelRevision.h"
+#include "xml/KtXmlNamespaces.h"
+
+namespace {
+
+const Kt::coordinateSystemTransformation& outOfRangeFrame() {
+  return Kt::coordinateSystemTransformation::identity();
+}
+
+}  // namespace
+
+KtManipulatorLink::KtManipulatorLink()
+    : m_upperLimitConstraint(std::numeric_limits<KtReal>::infinity()),
+      m_lowerLimitConstraint(-std::numeric_limits<KtReal>::infinity()) {
+  ensureKinematics();
+}
+
+KtManipulatorLink::KtManipulatorLink(const KtManipulatorLink& other)
+    : KtXmlCloneable(other),
+      m_identifier(other.m_identifier),
+      m_kinematicsContainer(other.m_kinematicsContainer),
+      m_childLinks(other.m_childLinks),
+      m_shapeContainer(other.m_shapeContainer),
+      m_massProperties(other.m_massProperties),
+      m_compositeJointActuator(other.m_compositeJointActuator),
+      m_jointActuator(other.m_jointActuator),
+      m_jointActuatorContainer(other.m_jointActuatorContainer),
+      m_springProperties(other.m_springProperties),
+      m_damperProperties(other.m_damperProperties),
+      m_linkReferenceDescription(other.m_linkReferenceDescription),
+      m_isDeformable(other.m_isDeformable),
+      m_deformedShapeIndexVec(other.m_deformedShapeIndexVec),
+      m_upperLimitConstraint(other.m_upperLimitConstraint),
+      m_lowerLimitConstraint(other.m_lowerLimitConstraint) {}
+
+KtManipulatorLink::~KtManipulatorLink() = default;
+
+const KtToken& KtManipulatorLink::elementToken() const {
+  static const KtToken token(ktNamespaceSm, "manipulatorLink");
+  return token;
+}
+
+void KtManipulatorLink::registerBaseLinkComponents() {
+  static const KtToken identifier(ktNamespaceSm, "identifier"),
+      kinematics(ktNamespaceSm, "linkKinematicsContainer"), children(ktNamespaceSm, "childLinks"),
+      mass(ktNamespaceSm, "massProperties"), shapes(ktNamespaceSm, "shapeContainer");
+  registerComponent(identifier, m_identifier);
+  registerComponent(kinematics, m_kinematicsContainer);
+  registerComponent(children, m_childLinks);
+  registerComponent(mass, m_massProperties);
+  registerComponent(shapes, m_shapeContainer);
+}
+
+void KtManipulatorLink::registerComponents() {
+  static const KtToken identifier(ktNamespaceSm, "identifier"),
+      kinematics(ktNamespaceSm, "linkKinematicsContainer"), children(ktNamespaceSm, "childLinks"),
+      shapes(ktNamespaceSm, "shapeContainer"), composite(ktNamespaceSm, "compositeJointActuator"),
+      actuator(ktNamespaceSm, "jointActuator"), actuators(ktNamespaceSm, "jointActuatorContainer"),
+      mass(ktNamespaceSm, "massProperties"), spring(ktNamespaceSm, "springProperties"),
+      damper(ktNamespaceSm, "damperProperties"), reference(ktNamespaceSm, "linkReferenceDescription"),
+      deformable(ktNamespaceSm, "isDeformable"), deformedShapes(ktNamespaceSm, "deformedShapeIndexVec"),
+      upper(ktNamespaceSm, "upperLimitConstraint"), lower(ktNamespaceSm, "lowerLimitConstraint");
+  registerComponent(identifier, m_identifier);
+  registerComponent(kinematics, m_kinematicsContainer);
+  registerComponent(children, m_childLinks);
+  registerComponent(shapes, m_shapeContainer);
+  registerComponent(composite, m_compositeJointActuator);
+  registerUnwrittenComponent(actuator, m_jointActuator);
+  registerUnwrittenComponent(actuators, m_jointActuatorContainer);
+  registerComponent(mass, m_massProperties);
+  registerComponent(spring, m_springProperties);
+  registerComponent(damper, m_damperProperties);
+  registerComponent(reference, m_linkReferenceDescription);
+  registerComponent(deformable, m_isDeformable);
+  registerComponent(deformedShapes, m_deformedShapeIndexVec);
+  registerComponent(upper, m_upperLimitConstraint);
+  registerComponent(lower, m_lowerLimitConstraint);
+}
+
+// A link always has kinematics: a document without any gets the default joint.
+void KtManipulatorLink::ensureKinematics() {
+  if (m_kinematicsContainer.empty()) m_kinematicsContainer.push_back(std::make_unique<KtDenavitHartenberg>());
+}
+
+bool KtManipulatorLink::read(KtXmlReader& reader) {
+  const bool read = KtXmlCompoundType::read(reader);
+  ensureKinematics();
+  KtModelRevision::advance();
+  return read;
+}
+
+void KtManipulatorLink::setKinematics(std::unique_ptr<KtLinkKinematics> kinematics) {
+  m_kinematicsContainer.clear();
+  m_kinematicsContainer.push_back(std::move(kinematics));
+  KtModelRevision::advance();
+}
+
+void KtManipulatorLink::copyPropertiesFrom(const KtManipulatorLink& source) {
+  m_kinematicsContainer = source.m_kinematicsContainer;
+  m_shapeContainer = source.m_shapeContainer;
+  m_massProperties = source.m_massProperties;
+  m_compositeJointActuator = source.m_compositeJointActuator;
+  m_jointActuator = source.m_jointActuator;
+  m_jointActuatorContainer = source.m_jointActuatorContainer;
+  m_springProperties = source.m_springProperties;
+  m_damperProperties = source.m_damperProperties;
+  m_linkReferenceDescription = source.m_linkReferenceDescription;
+  m_isDeformable = source.m_isDeformable;
+  m_deformedShapeIndexVec = source.m_deformedShapeIndexVec;
+  m_upperLimitConstraint = source.m_upperLimitConstraint;
+  m_lowerLimitConstraint = source.m_lowerLimitConstraint;
+  ensureKinematics();
+  KtModelRevision::advance();
+}
+
+const KtLinkPositionState& KtManipulatorLink::locate(KtManipulatorActivePositionState& positions) const {
+  KtLinkPositionState& record = positions.linkPositionState(static_cast<std::size_t>(m_linkIndex));
+  if (record.isValid()) return record;
+  // Indices grow away from the base, so the parent's record exists whenever this one does.
+  const Kt::coordinateSystemTransformation& parentFrame = m_parent->locate(positions).dhFrame();
+  const KtLinkKinematics& joint = kinematics();
+  record.store(parentFrame, joint.dhTransform(positions.jointPosition(static_cast<std::size_t>(m_linkIndex))),
+               joint.primaryFrame());
+  return record;
+}
+
+bool KtManipulatorLink::hasRecord(KtManipulatorActiveState& state, const char* message) const {
+  KtManipulatorActivePositionState& positions = state.activePositionState();
+  if (m_manipulator != nullptr) positions.synchronize(*m_manipulator);
+  if (m_linkIndex == kBaseLinkIndex ||
+      (m_linkIndex >= 0 && static_cast<std::size_t>(m_linkIndex) < positions.linkCount())) {
+    return true;
+  }
+  if (message != nullptr) ktPrint(KtSeverity::Error, "%s", message);
+  return false;
+}
+
+const Kt::coordinateSystemTransformation& KtManipulatorLink::dhFrameInSystem(
+    KtManipulatorActiveState& state) const {
+  if (!hasRecord(state, "KtManipulatorLink::dhFrameInSystem(): index out of range.\n"))
+    return outOfRangeFrame();
+  return locate(state.activePositionState()).dhFrame();
+}
+
+const Kt::coordinateSystemTransformation& KtManipulatorLink::primaryFrameInSystem(
+    KtManipulatorActiveState& state) const {
+  if (!hasRecord(state, nullptr)) {
+    ktPrint(KtSeverity::Error, "KtManipulatorLink::primaryFrameInSystem(): index %d out of range %d.\n",
+            m_linkIndex, static_cast<int>(state.activePositionState().linkCount()));
+    return outOfRangeFrame();
+  }
+  return locate(state.activePositionState()).primaryFrame();
+}
+
+void KtManipulatorLink::setLinkReference(const std::string& label) {
+  m_referencedLink = m_manipulator != nullptr ? m_manipulator->findLink(label) : nullptr;
+  if (m_referencedLink != nullptr) return;
+  ktPrint(KtSeverity::Warning,
+          "KtManipulatorLink::setLinkReference(): could not find link with label %s for referencing.  Using "
+          "self.\n",
+          label.c_str());
+  m_referencedLink = this;
+}

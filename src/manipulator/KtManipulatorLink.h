@@ -1,0 +1,130 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <string>
+
+#include "foundation/Types.h"
+#include "manipulator/KtDenavitHartenberg.h"
+#include "manipulator/KtLinkKinematics.h"
+#include "xml/KtXmlBasicType.h"
+#include "xml/KtXmlCompoundType.h"
+#include "xml/KtXmlKeptElement.h"
+#include "xml/KtXmlVariableVectorType.h"
+#include "xml/KtXmlVectorType.h"
+
+class KtIndividualManipulator;
+class KtManipulatorActivePositionState;
+class KtManipulatorActiveState;
+class KtLinkPositionState;
+
+// One link of a manipulator's tree: its label, its joint kinematics, its child links (the
+// tree is stored by nesting), its joint limits and the elements that geometry and dynamics
+// interpret (kept unchanged here).
+//
+// Within its manipulator a link has an index: the links are numbered in depth-first
+// pre-order (a link before its children, children in their stored order), starting at 0;
+// joint i belongs to link i. The manipulator itself is its own base link, index -2. The
+// manipulator sets the indices and parent links whenever its tree changes, which is why the
+// tree is changed only through the manipulator.
+class KtManipulatorLink : public KtXmlCloneable<KtManipulatorLink, KtXmlCompoundType> {
+ public:
+  static constexpr int kBaseLinkIndex = -2;
+  static constexpr int kNoIndex = -1;
+
+  KtManipulatorLink();
+  // A copy belongs to no manipulator until one adopts it.
+  KtManipulatorLink(const KtManipulatorLink& other);
+  KtManipulatorLink& operator=(const KtManipulatorLink&) = delete;
+  ~KtManipulatorLink() override;
+
+  const KtToken& elementToken() const override;
+  bool read(KtXmlReader& reader) override;
+
+  const std::string& identifier() const { return m_identifier; }
+  void setIdentifier(const std::string& identifier) { m_identifier = identifier; }
+
+  const KtLinkKinematics& kinematics() const { return m_kinematicsContainer[0]; }
+  KtLinkKinematics& kinematics() { return m_kinematicsContainer[0]; }
+  // The kinematics as Denavit-Hartenberg joint, or null when it is of another kind.
+  KtDenavitHartenberg* denavitHartenberg() { return dynamic_cast<KtDenavitHartenberg*>(&kinematics()); }
+  const KtDenavitHartenberg* denavitHartenberg() const {
+    return dynamic_cast<const KtDenavitHartenberg*>(&kinematics());
+  }
+  void setKinematics(std::unique_ptr<KtLinkKinematics> kinematics);
+
+  std::size_t childCount() const { return m_childLinks.size(); }
+  const KtManipulatorLink& child(std::size_t index) const { return m_childLinks[index]; }
+
+  KtReal upperLimitConstraint() const { return m_upperLimitConstraint; }
+  KtReal lowerLimitConstraint() const { return m_lowerLimitConstraint; }
+  void setJointLimits(KtReal lower, KtReal upper) {
+    m_lowerLimitConstraint = lower;
+    m_upperLimitConstraint = upper;
+  }
+  bool isDeformable() const { return m_isDeformable; }
+
+  // The place of the link in its manipulator (see above).
+  int linkIndex() const { return m_linkIndex; }
+  const KtManipulatorLink* parentLink() const { return m_parent; }
+  const KtIndividualManipulator* manipulator() const { return m_manipulator; }
+
+  // Frames of the link in system coordinates for the state, computed on demand toward the
+  // base and cached in the state's link records. Out of range: a message and the identity.
+  virtual const Kt::coordinateSystemTransformation& dhFrameInSystem(KtManipulatorActiveState& state) const;
+  const Kt::coordinateSystemTransformation& primaryFrameInSystem(KtManipulatorActiveState& state) const;
+
+  // Makes the link refer to the link of its manipulator with that label, or to itself when
+  // there is none.
+  void setLinkReference(const std::string& label);
+  const KtManipulatorLink* referencedLink() const { return m_referencedLink; }
+
+  // Replaces the kinematics, the limits and the kept elements by those of another link; the
+  // label, the children and the place in the tree stay.
+  void copyPropertiesFrom(const KtManipulatorLink& source);
+
+  // Operations that need the shapes (geometry) or mass model (dynamics), which are not
+  // interpreted yet: they report that and give a neutral answer.
+  KtReal physicalExtent() const;
+  bool estimateMassProperties();
+  Kt::Vector totalLocalTorque(const KtIndividualManipulator* manipulator) const;
+  bool checkIntersect(const KtManipulatorLink& other, const KtIndividualManipulator* manipulator) const;
+
+ protected:
+  friend class KtIndividualManipulator;
+
+  void registerComponents() override;
+  // The five fields that a manipulator, as its own base link, shares with a link.
+  void registerBaseLinkComponents();
+
+  // The record of this link's frames, computed (with its ancestors') when not valid.
+  virtual const KtLinkPositionState& locate(KtManipulatorActivePositionState& positions) const;
+  // Whether the state has a record for this link; prints the operation's message otherwise.
+  bool hasRecord(KtManipulatorActiveState& state, const char* message) const;
+
+  void ensureKinematics();
+
+  KtXmlBasicType<std::string> m_identifier;
+  KtXmlVariableVectorType<KtLinkKinematics> m_kinematicsContainer;
+  KtXmlVariableVectorType<KtManipulatorLink> m_childLinks;
+  KtXmlKeptElement m_shapeContainer;
+  KtXmlKeptElement m_massProperties;
+
+  int m_linkIndex = kNoIndex;
+  const KtManipulatorLink* m_parent = nullptr;
+  const KtIndividualManipulator* m_manipulator = nullptr;
+
+ private:
+  KtXmlKeptElement m_compositeJointActuator;
+  KtXmlKeptElement m_jointActuator;
+  KtXmlKeptElement m_jointActuatorContainer;
+  KtXmlKeptElement m_springProperties;
+  KtXmlKeptElement m_damperProperties;
+  KtXmlKeptElement m_linkReferenceDescription;
+  KtXmlBasicType<bool> m_isDeformable = false;
+  KtXmlVectorType<long> m_deformedShapeIndexVec;
+  KtXmlBasicType<KtReal> m_upperLimitConstraint;
+  KtXmlBasicType<KtReal> m_lowerLimitConstraint;
+
+  const KtManipulatorLink* m_referencedLink = nullptr;
+};

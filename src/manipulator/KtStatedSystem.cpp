@@ -1,0 +1,113 @@
+#include "manipulator/KtStatedSystem.h"
+
+#include "foundation/Print.h"
+#include "xml/KtXmlNamespaces.h"
+
+const KtToken& KtStatedSystem::elementToken() const {
+  static const KtToken token(ktNamespaceSm, "statedSystem");
+  return token;
+}
+
+void KtStatedSystem::registerComponents() {
+  static const KtToken system(ktNamespaceSm, "system"), state(ktNamespaceSm, "state"),
+      processing(ktNamespaceSm, "processingParameters");
+  registerComponent(system, m_system);
+  registerComponent(state, m_state);
+  registerComponent(processing, m_processingParameters);
+}
+
+bool KtStatedSystem::read(KtXmlReader& reader) {
+  const bool read = KtXmlCompoundType::read(reader);
+  validateLowLevelDimensions();
+  return read;
+}
+
+bool KtStatedSystem::positionIndexValid(int index, const char* operation) const {
+  const std::size_t count = m_state.positionStates().size();
+  if (index >= 0 && static_cast<std::size_t>(index) < count) return true;
+  ktPrint(KtSeverity::Error,
+          "KtStatedSystem::%s(): manipulator index %d to big for position state size, %d\n", operation, index,
+          static_cast<int>(count));
+  return false;
+}
+
+bool KtStatedSystem::velocityIndexValid(int index, const char* operation) const {
+  const std::size_t count = m_state.velocityStates().size();
+  if (index >= 0 && static_cast<std::size_t>(index) < count) return true;
+  ktPrint(KtSeverity::Error,
+          "KtStatedSystem::%s(): manipulator index %d to big for velocity state size, %d\n", operation, index,
+          static_cast<int>(count));
+  return false;
+}
+
+bool KtStatedSystem::setIndividualState(int manipulatorIndex, const KtPositionState& position) {
+  if (!positionIndexValid(manipulatorIndex, "setIndividualState")) return false;
+  m_state.positionStates()[static_cast<std::size_t>(manipulatorIndex)] = position;
+  return true;
+}
+
+bool KtStatedSystem::setIndividualState(int manipulatorIndex, const KtVelocityState& velocity) {
+  if (!velocityIndexValid(manipulatorIndex, "setIndividualState")) return false;
+  m_state.velocityStates()[static_cast<std::size_t>(manipulatorIndex)] = velocity;
+  return true;
+}
+
+bool KtStatedSystem::setIndividualState(int manipulatorIndex, const KtPositionState& position,
+                                        const KtVelocityState& velocity) {
+  const bool positionSet = setIndividualState(manipulatorIndex, position);
+  return setIndividualState(manipulatorIndex, velocity) && positionSet;
+}
+
+bool KtStatedSystem::setIndividualCoordinateSystemTransformation(
+    int manipulatorIndex, const Kt::coordinateSystemTransformation& pose) {
+  if (!positionIndexValid(manipulatorIndex, "setIndividualCoordinateSystemTransformation")) return false;
+  m_state.positionStates()[static_cast<std::size_t>(manipulatorIndex)].setCoordinateSystemTransform(pose);
+  return true;
+}
+
+bool KtStatedSystem::rotateIndividualBaseVelocity(int manipulatorIndex, const Kt::Orientation& rotation) {
+  if (!velocityIndexValid(manipulatorIndex, "rotateIndividualBaseVelocity")) return false;
+  KtGeneralMotion& base =
+      m_state.velocityStates()[static_cast<std::size_t>(manipulatorIndex)].generalVelocity();
+  base.setLinear(rotation * base.linear());
+  base.setAngular(rotation * base.angular());
+  return true;
+}
+
+bool KtStatedSystem::validateTopLevelDimensions() {
+  const std::size_t count = m_system.size();
+  if (m_state.positionStates().size() == count && m_state.velocityStates().size() == count) return true;
+  ktPrint(KtSeverity::Warning,
+          "KtStatedSystem::validateTopLevelDimensions(): number of states does not equal the number of "
+          "systems in "
+          "the input file--correcting.\n");
+  m_state.positionStates().resize(count);
+  m_state.velocityStates().resize(count);
+  return false;
+}
+
+bool KtStatedSystem::validateLowLevelDimensions() {
+  bool valid = validateTopLevelDimensions();
+  for (std::size_t i = 0; i < m_system.size(); ++i) {
+    const std::size_t dof = m_system.manipulator(i).jointDof();
+    std::vector<KtReal>& joints = m_state.positionStates()[i].jointPositions();
+    if (joints.size() != dof) {
+      ktPrint(KtSeverity::Warning,
+              "KtStatedSystem::validateLowLevelDimensions: joint positions do not match the numbers of "
+              "degrees of "
+              "freedom--correcting.\n");
+      joints.resize(dof, 0.0);
+      valid = false;
+    }
+    std::vector<KtReal>& rates = m_state.velocityStates()[i].jointVelocities();
+    if (rates.size() != dof) {
+      ktPrint(KtSeverity::Warning,
+              "KtStatedSystem::validateLowLevelDimensions: joint velocities do not match the numbers of "
+              "degrees of "
+              "freedom--correcting.\n");
+      rates.resize(dof, 0.0);
+      valid = false;
+    }
+  }
+  return valid;
+}

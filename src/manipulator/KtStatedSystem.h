@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstddef>
+
+#include "manipulator/KtManipulatorSystem.h"
+#include "manipulator/KtManipulatorSystemState.h"
+#include "xml/KtXmlKeptElement.h"
+
+// A manipulator system with its state (and processing parameters, kept unchanged until
+// their subsystem interprets them). Reading one repairs a state that does not fit the system.
+class KtStatedSystem : public KtXmlCloneable<KtStatedSystem, KtXmlCompoundType> {
+ public:
+  const KtToken& elementToken() const override;
+  bool read(KtXmlReader& reader) override;
+
+  const KtManipulatorSystem& system() const { return m_system; }
+  KtManipulatorSystem& system() { return m_system; }
+  const KtManipulatorSystemState& state() const { return m_state; }
+  KtManipulatorSystemState& state() { return m_state; }
+
+  bool setIndividualState(int manipulatorIndex, const KtPositionState& position);
+  bool setIndividualState(int manipulatorIndex, const KtVelocityState& velocity);
+  bool setIndividualState(int manipulatorIndex, const KtPositionState& position,
+                          const KtVelocityState& velocity);
+  bool setIndividualCoordinateSystemTransformation(int manipulatorIndex,
+                                                   const Kt::coordinateSystemTransformation& pose);
+  // Turns the base velocity (linear and angular) of a manipulator by the rotation.
+  bool rotateIndividualBaseVelocity(int manipulatorIndex, const Kt::Orientation& rotation);
+
+  // One state per manipulator, and per manipulator as many joint positions and velocities as
+  // it has joints; each repair is reported. True when nothing had to be repaired.
+  bool validateTopLevelDimensions();
+  bool validateLowLevelDimensions();
+
+ protected:
+  void registerComponents() override;
+
+ private:
+  bool positionIndexValid(int index, const char* operation) const;
+  bool velocityIndexValid(int index, const char* operation) const;
+
+  KtManipulatorSystem m_system;
+  KtManipulatorSystemState m_state;
+  KtXmlKeptElement m_processingParameters;
+};

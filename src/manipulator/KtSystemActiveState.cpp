@@ -1,0 +1,24 @@
+#include "manipulator/KtSystemActiveState.h"
+
+#include "manipulator/KtManipulatorSystem.h"
+#include "manipulator/KtManipulatorSystemState.h"
+#include "xml/KtXmlNamespaces.h"
+
+const KtToken& KtSystemActiveState::elementToken() const {
+  static const KtToken token(ktNamespaceSm, "systemActiveState");
+  return token;
+}
+
+void KtSystemActiveState::registerComponents() {
+  static const KtToken states(ktNamespaceSm, "manipulatorActiveStateVector");
+  registerComponent(states, m_manipulatorActiveStateVector);
+}
+
+void KtSystemActiveState::update(const KtManipulatorSystem& system, const KtManipulatorSystemState& state) {
+  m_manipulatorActiveStateVector.resize(system.size());
+  for (std::size_t i = 0; i < system.size(); ++i) {
+    KtManipulatorActivePositionState& positions = m_manipulatorActiveStateVector[i].activePositionState();
+    positions.synchronize(system.manipulator(i));
+    if (i < state.positionStates().size()) positions.setPositionState(state.positionStates()[i]);
+  }
+}

@@ -1,0 +1,217 @@
+#include <gtest/gtest.h>
+
+#include "manipulator/ManipulatorTestSupport.h"
+#include "support/AllocationCounter.h"
+#include "support/PrintCapture.h"
+
+using namespace manipulator_test;
+
+namespace {
+
+// Every D-H type and both joint types, with random parameters and precursors.
+std::unique_ptr<KtIndividualManipulator> mixedArm(TestRandom& rng, std::size_t joints) {
+  std::vector<DhRow> rows;
+  for (std::size_t i = 0; i < joints; ++i) {
+    rows.push_back(DhRow{static_cast<KtDhType>(i % 5), static_cast<KtJointType>((i / 5) % 2),
+                         rng.uniform(-0.5, 0.5), rng.uniform(-kPi, kPi), rng.uniform(-0.5, 0.5),
+                         rng.uniform(-kPi, kPi)});
+  }
+  auto arm = makeSerialArm(rows);
+  for (std::size_t i = 0; i < joints; ++i) {
+    KtDenavitHartenberg& joint = *arm->linkForModification(i).denavitHartenberg();
+    if (joint.dhType() != KtDhType::paul && joint.dhType() != KtDhType::craig)
+      joint.setPrecursor(randomPose(rng));
+  }
+  arm->setCoordinateSystemTransform(randomPose(rng));
+  return arm;
+}
+
+void expectAgreesWithKdl(const KtIndividualManipulator& arm, TestRandom& rng) {
+  KtManipulatorActiveState active;
+  for (int i = 0; i < TestRandom::cases(); ++i) {
+    const Kt::coordinateSystemTransformation base = randomPose(rng);
+    const std::vector<double> q = randomJoints(rng, arm.jointDof());
+    active.activePositionState().setBasePose(base);
+    active.activePositionState().setJointPositions(q);
+    const std::vector<KDL::Frame> expected = kdlFrames(arm, base, q);
+    for (std::size_t link = arm.jointDof(); link-- > 0;) {
+      ASSERT_LT(frameDistance(arm.link(link).dhFrameInSystem(active), expected[link]), 1e-12)
+          << "link " << link;
+    }
+  }
+}
+
+// A small tree: two branches below link 0, one of them two links deep.
+std::unique_ptr<KtIndividualManipulator> treeArm(TestRandom& rng) {
+  auto arm = std::make_unique<KtIndividualManipulator>();
+  const auto row = [&rng](KtDhType type) {
+    return DhRow{
+        type, KtJointType::rotational, rng.uniform(-1, 1), rng.uniform(-kPi, kPi), rng.uniform(-1, 1), 0};
+  };
+  const int root = arm->addLink(KtManipulatorLink::kBaseLinkIndex, makeLink(row(KtDhType::craig), "root"));
+  const int left = arm->addLink(root, makeLink(row(KtDhType::paul), "left"));
+  arm->addLink(left, makeLink(row(KtDhType::craig), "leftTip"));
+  arm->addLink(root, makeLink(row(KtDhType::paul), "right"));
+  arm->linkForModification(3).kinematics().setPrimaryFrame(randomPose(rng));
+  return arm;
+}
+
+}  // namespace
+
+TEST(KtForwardKinematicsTest, SampleArmsAgreeWithKdl) {
+  TestRandom rng(21);
+  expectAgreesWithKdl(*makeSerialArm(craigArmRows()), rng);
+  expectAgreesWithKdl(*makeSerialArm(paulArmRows()), rng);
+}
+
+TEST(KtForwardKinematicsTest, ChainsOfEveryTypeAgreeWithKdl) {
+  TestRandom rng(22);
+  expectAgreesWithKdl(*mixedArm(rng, 10), rng);
+}
+
+TEST(KtForwardKinematicsTest, TreeLinksAreNumberedDepthFirstPreOrder) {
+  TestRandom rng(23);
+  const auto arm = treeArm(rng);
+  ASSERT_EQ(arm->jointDof(), 4u);
+  const char* expected[] = {"root", "left", "leftTip", "right"};
+  for (std::size_t i = 0; i < 4; ++i) EXPECT_EQ(arm->link(i).identifier(), expected[i]);
+  EXPECT_EQ(arm->link(3).parentLink(), &arm->link(0));
+  EXPECT_EQ(arm->link(0).parentLink(), arm.get());
+  EXPECT_EQ(arm->linkIndex(), KtManipulatorLink::kBaseLinkIndex);
+}
+
+TEST(KtForwardKinematicsTest, NoFrameIsStaleAfterAnyChange) {
+  TestRandom rng(24);
+  for (int round = 0; round < TestRandom::cases() / 10 + 1; ++round) {
+    auto arm = treeArm(rng);
+    KtManipulatorActiveState active;
+    KtManipulatorActivePositionState& positions = active.activePositionState();
+    positions.setJointPositions(randomJoints(rng, 4));
+    positions.setBasePose(randomPose(rng));
+    expectFramesFresh(*arm, active);
+
+    positions.setJointPosition(static_cast<std::size_t>(rng.integer(0, 3)), rng.uniform(-kPi, kPi));
+    expectFramesFresh(*arm, active);
+    positions.setBasePose(randomPose(rng));
+    expectFramesFresh(*arm, active);
+    KtPositionState whole;
+    whole.setJointPositions(randomJoints(rng, 4));
+    positions.setPositionState(whole);
+    expectFramesFresh(*arm, active);
+
+    arm->linkForModification(0).denavitHartenberg()->setA(rng.uniform(-1, 1));
+    expectFramesFresh(*arm, active);
+    arm->linkForModification(1).denavitHartenberg()->setAlpha(rng.uniform(-kPi, kPi));
+    expectFramesFresh(*arm, active);
+    arm->linkForModification(2).kinematics().setPrimaryFrame(randomPose(rng));
+    expectFramesFresh(*arm, active);
+    arm->setCoordinateSystemTransform(randomPose(rng));
+    expectFramesFresh(*arm, active);
+    ASSERT_TRUE(arm->transformLinkSubtreeBy("left", randomPose(rng)));
+    expectFramesFresh(*arm, active);
+
+    // Tree changes: a new link in the middle of the numbering, then a replaced subtree.
+    arm->addLink(0, makeLink(DhRow{KtDhType::craig, KtJointType::prismatic, 0.2, 0.3, 0.1, 0.4}, "extra"));
+    positions.setJointPositions(randomJoints(rng, arm->jointDof()));
+    expectFramesFresh(*arm, active);
+    ASSERT_TRUE(arm->replaceLinkAndChildren(
+        "left", *makeLink(DhRow{KtDhType::paul, KtJointType::rotational, 0.7, 0.1, 0.2, 0.0}, "newLeft")));
+    EXPECT_EQ(arm->jointDof(), 4u);
+    expectFramesFresh(*arm, active);
+
+    // The same state asked through another (equal-sized) manipulator.
+    auto other = treeArm(rng);
+    positions.setJointPositions(randomJoints(rng, other->jointDof()));
+    expectFramesFresh(*other, active);
+    expectFramesFresh(*arm, active);
+  }
+}
+
+TEST(KtForwardKinematicsTest, OnlyChangedJointsAreRecomputed) {
+  TestRandom rng(25);
+  const auto arm = makeSerialArm(craigArmRows());
+  KtManipulatorActiveState active;
+  const auto computations = [&arm] {
+    std::uint64_t total = 0;
+    for (std::size_t i = 0; i < arm->jointDof(); ++i)
+      total += arm->link(i).kinematics().transformComputations();
+    return total;
+  };
+  std::vector<double> q = randomJoints(rng, 7);
+  active.activePositionState().setJointPositions(q);
+  arm->link(6).primaryFrameInSystem(active);
+  const std::uint64_t afterFirst = computations();
+  arm->link(6).primaryFrameInSystem(active);
+  arm->link(2).dhFrameInSystem(active);
+  EXPECT_EQ(computations(), afterFirst);
+
+  q[3] += 0.1;
+  active.activePositionState().setJointPositions(q);
+  // Links before the changed joint keep their frames; after it, only joint 3 is new.
+  EXPECT_TRUE(active.activePositionState().linkPositionStates()[2].isValid());
+  EXPECT_FALSE(active.activePositionState().linkPositionStates()[3].isValid());
+  arm->link(6).dhFrameInSystem(active);
+  EXPECT_EQ(computations(), afterFirst + 1);
+}
+
+TEST(KtForwardKinematicsTest, SiblingsShareTheirParentsFrame) {
+  TestRandom rng(26);
+  const auto arm = treeArm(rng);
+  KtManipulatorActiveState active;
+  active.activePositionState().setJointPositions(randomJoints(rng, 4));
+  arm->link(2).primaryFrameInSystem(active);  // the deepest link computes its ancestors
+  const auto& records = active.activePositionState().linkPositionStates();
+  EXPECT_TRUE(records[0].isValid() && records[1].isValid() && records[2].isValid());
+  EXPECT_FALSE(records[3].isValid());
+  const std::uint64_t parentComputations = arm->link(0).kinematics().transformComputations();
+  arm->link(3).dhFrameInSystem(active);
+  EXPECT_EQ(arm->link(0).kinematics().transformComputations(), parentComputations);
+}
+
+TEST(KtForwardKinematicsTest, WarmQueriesDoNotAllocate) {
+  TestRandom rng(27);
+  const auto arm = makeSerialArm(craigArmRows());
+  KtManipulatorActiveState active;
+  std::vector<double> q = randomJoints(rng, 7);
+  active.activePositionState().setJointPositions(q);
+  arm->link(6).primaryFrameInSystem(active);
+  const std::vector<double> next = randomJoints(rng, 7);
+  NoAllocationGuard guard;
+  for (int i = 0; i < 10; ++i) {
+    active.activePositionState().setJointPositions(i % 2 == 0 ? next : q);
+    active.activePositionState().setJointPosition(2, 0.1 * i);
+    for (std::size_t link = 0; link < 7; ++link) arm->link(link).primaryFrameInSystem(active);
+  }
+}
+
+TEST(KtForwardKinematicsTest, OutOfRangeIndicesReportAndGiveIdentity) {
+  const auto arm = makeSerialArm(craigArmRows());
+  KtManipulatorActiveState active;
+  active.activePositionState().setJointPositions(std::vector<double>(7, 0.3));
+  arm->link(6).dhFrameInSystem(active);
+  active.activePositionState().resizeLinkPositionStates(6);  // a state one link short
+  PrintCapture capture;
+  EXPECT_EQ(arm->link(6).primaryFrameInSystem(active).mode(),
+            Kt::coordinateSystemTransformation::modeIdentity);
+  EXPECT_EQ(arm->link(6).dhFrameInSystem(active).mode(), Kt::coordinateSystemTransformation::modeIdentity);
+  EXPECT_EQ(capture.text(),
+            "KtManipulatorLink::primaryFrameInSystem(): index 6 out of range 6.\n"
+            "KtManipulatorLink::dhFrameInSystem(): index out of range.\n");
+  capture.clear();
+  EXPECT_FALSE(arm->canCollide(0, 7));
+  EXPECT_EQ(capture.text(),
+            "KtIndividualManipulator::canCollide(): indices (0,7) out of range.  Returning False.\n");
+}
+
+TEST(KtForwardKinematicsTest, BaseFrameComposesPoseThenPlacementThenPrimaryFrame) {
+  TestRandom rng(28);
+  auto arm = makeSerialArm(craigArmRows());
+  const Kt::coordinateSystemTransformation pose = randomPose(rng), placement = randomPose(rng),
+                                           primary = randomPose(rng);
+  arm->setCoordinateSystemTransform(placement);
+  arm->kinematics().setPrimaryFrame(primary);
+  KtManipulatorActiveState active;
+  active.activePositionState().setBasePose(pose);
+  EXPECT_LT(frameDistance(arm->dhFrameInSystem(active), pose * placement), 1e-15);
+  EXPECT_LT(frameDistance(arm->primaryFrameInSystem(active), pose * placement * primary), 1e-15);
+}

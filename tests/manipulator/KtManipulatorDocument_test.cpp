@@ -1,0 +1,135 @@
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <sstream>
+
+#include "manipulator/KtStatedSystem.h"
+#include "manipulator/ManipulatorTestSupport.h"
+#include "support/PrintCapture.h"
+#include "xml/KtXmlFile.h"
+
+using namespace manipulator_test;
+
+namespace {
+
+std::string dataPath(const std::string& name) { return std::string(KT_TEST_DATA_DIR) + "/" + name; }
+
+std::string fileText(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::ostringstream text;
+  text << in.rdbuf();
+  return text.str();
+}
+
+std::string written(const KtXmlObject& object, const std::string& name) {
+  std::ostringstream out;
+  EXPECT_TRUE(ktWriteObjectToStream(object, out, name));
+  return out.str();
+}
+
+bool readText(KtXmlObject& object, const std::string& text, const std::string& name = "memory.xml") {
+  std::istringstream in(text);
+  return ktReadObjectFromStream(object, in, name);
+}
+
+// A stated system whose every uninterpreted element holds nested content, attributes and
+// lists, written the way other programs might lay it out.
+const char* const kDocumentWithUnknownParts = R"(<?xml version="1.0"?>
+<sm:statedSystem xmlns:sm="http://kt.example.org/namespace/sm" xmlns:ct="http://kt.example.org/namespace/ct" version="2.0.0">
+  <sm:processingParameters><sm:stepCount>12</sm:stepCount><ct:gain kind="soft">0.5 0.25</ct:gain></sm:processingParameters>
+  <sm:system>
+    <sm:environment><sm:plane normal="0 0 1"/><sm:label>floor of the cell</sm:label></sm:environment>
+    <sm:linkInteractionsVector size="1"><sm:element><sm:pair a="1" b="2"/></sm:element></sm:linkInteractionsVector>
+    <sm:manipulators>
+      <sm:individualManipulator>
+        <sm:identifier>arm</sm:identifier>
+        <sm:surfaces><sm:surface id="3">1 2 3 4 5 6 7 8 9 10 11 12</sm:surface></sm:surfaces>
+        <sm:childLinks>
+          <sm:manipulatorLink>
+            <sm:identifier>first</sm:identifier>
+            <sm:shapeContainer><sm:sphere radius="0.1"/></sm:shapeContainer>
+            <sm:massProperties><sm:mass>2.5</sm:mass></sm:massProperties>
+            <sm:springProperties><sm:stiffness>100</sm:stiffness></sm:springProperties>
+            <sm:linkKinematicsContainer>
+              <sm:denavitHartenberg><sm:dhType>craig</sm:dhType><sm:a>0.25</sm:a></sm:denavitHartenberg>
+            </sm:linkKinematicsContainer>
+          </sm:manipulatorLink>
+        </sm:childLinks>
+      </sm:individualManipulator>
+    </sm:manipulators>
+  </sm:system>
+</sm:statedSystem>
+)";
+
+}  // namespace
+
+TEST(KtManipulatorDocumentTest, SampleDocumentsAreReproducedByteForByte) {
+  for (const char* name : {"craig_arm.xml", "paul_arm.xml", "arm_and_customer.xml"}) {
+    const std::string original = fileText(dataPath(name));
+    ASSERT_FALSE(original.empty()) << name;
+    KtStatedSystem stated;
+    PrintCapture capture;
+    ASSERT_TRUE(readText(stated, original, name)) << name;
+    EXPECT_EQ(capture.text(), "") << name;
+    EXPECT_EQ(written(stated, name), original) << name;
+  }
+}
+
+TEST(KtManipulatorDocumentTest, CompressedSampleHoldsTheSameSystem) {
+  KtStatedSystem plain, compressed;
+  ASSERT_TRUE(ktReadObjectFromFile(plain, dataPath("craig_arm.xml")));
+  ASSERT_TRUE(ktReadObjectFromFile(compressed, dataPath("craig_arm.xml.gz")));
+  EXPECT_TRUE(plain.isEqual(compressed));
+  ASSERT_EQ(plain.system().size(), 1u);
+  EXPECT_EQ(plain.system().manipulator(0).jointDof(), 7u);
+}
+
+TEST(KtManipulatorDocumentTest, LoadedSampleArmsAgreeWithKdl) {
+  TestRandom rng(31);
+  for (const char* name : {"craig_arm.xml", "paul_arm.xml"}) {
+    KtStatedSystem stated;
+    ASSERT_TRUE(ktReadObjectFromFile(stated, dataPath(name)));
+    const KtIndividualManipulator& arm = stated.system().manipulator(0);
+    KtManipulatorActiveState active;
+    for (int i = 0; i < TestRandom::cases(); ++i) {
+      const std::vector<double> q = randomJoints(rng, arm.jointDof());
+      active.activePositionState().setJointPositions(q);
+      const std::vector<KDL::Frame> expected = kdlFrames(arm, Kt::coordinateSystemTransformation(), q);
+      for (std::size_t link = 0; link < arm.jointDof(); ++link) {
+        const KDL::Frame primary = expected[link] * toKdl(arm.link(link).kinematics().primaryFrame());
+        ASSERT_LT(frameDistance(arm.link(link).primaryFrameInSystem(active), primary), 1e-12) << name;
+      }
+    }
+  }
+}
+
+TEST(KtManipulatorDocumentTest, UninterpretedElementsSurviveLoadingAndSaving) {
+  KtStatedSystem first;
+  ASSERT_TRUE(readText(first, kDocumentWithUnknownParts));
+  const std::string once = written(first, "kept.xml");
+  for (const char* kept :
+       {"<sm:stepCount>12</sm:stepCount>", "kind=\"soft\">0.5 0.25</ct:gain>", "<sm:plane normal=\"0 0 1\"/>",
+        "<sm:label>floor of the cell</sm:label>", "<sm:pair a=\"1\" b=\"2\"/>", "1 2 3 4 5 6 7 8 9 10\n",
+        "<sm:sphere radius=\"0.1\"/>", "<sm:mass>2.5</sm:mass>", "<sm:stiffness>100</sm:stiffness>"}) {
+    EXPECT_NE(once.find(kept), std::string::npos) << kept;
+  }
+  KtStatedSystem second;
+  ASSERT_TRUE(readText(second, once));
+  EXPECT_EQ(written(second, "kept.xml"), once);
+  EXPECT_TRUE(first.isEqual(second));
+  EXPECT_EQ(second.system().manipulator(0).link(0).denavitHartenberg()->a(), 0.25);
+}
+
+TEST(KtManipulatorDocumentTest, ReadingAParameterDropsCachedFrames) {
+  KtStatedSystem stated;
+  ASSERT_TRUE(ktReadObjectFromFile(stated, dataPath("craig_arm.xml")));
+  KtIndividualManipulator& arm = stated.system().manipulator(0);
+  KtManipulatorActiveState active;
+  active.activePositionState().setJointPositions(std::vector<double>(7, 0.2));
+  arm.link(6).dhFrameInSystem(active);
+  std::string text = written(stated, "craig_arm.xml");
+  const std::string oldD = "<sm:d>0.33300000000000001821</sm:d>";
+  text.replace(text.find(oldD), oldD.size(), "<sm:d>0.5</sm:d>");
+  ASSERT_TRUE(readText(stated, text));
+  expectFramesFresh(stated.system().manipulator(0), active);
+}

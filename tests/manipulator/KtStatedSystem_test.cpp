@@ -1,0 +1,224 @@
+#include "manipulator/KtStatedSystem.h"
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+#include "manipulator/KtSystemActiveState.h"
+#include "manipulator/ManipulatorTestSupport.h"
+#include "support/PrintCapture.h"
+#include "xml/KtXmlFile.h"
+
+using namespace manipulator_test;
+
+namespace {
+
+KtStatedSystem twoArmSystem() {
+  KtStatedSystem stated;
+  stated.system().addManipulator(makeSerialArm(craigArmRows()));
+  stated.system().addManipulator(makeSerialArm(paulArmRows()));
+  return stated;
+}
+
+}  // namespace
+
+TEST(KtStatedSystemTest, MissingStatesAreAddedWithMessages) {
+  KtStatedSystem stated = twoArmSystem();
+  stated.state().positionStates().resize(1);
+  stated.state().velocityStates().resize(1);
+  stated.state().positionStates()[0].setJointPositions({0.1, 0.2});
+  std::ostringstream out;
+  ASSERT_TRUE(ktWriteObjectToStream(stated, out, "short.xml"));
+  KtStatedSystem loaded;
+  PrintCapture capture;
+  std::istringstream in(out.str());
+  ASSERT_TRUE(ktReadObjectFromStream(loaded, in, "short.xml"));
+  const std::string positions =
+      "KtStatedSystem::validateLowLevelDimensions: joint positions do not match the numbers of degrees of "
+      "freedom--correcting.\n";
+  const std::string velocities =
+      "KtStatedSystem::validateLowLevelDimensions: joint velocities do not match the numbers of degrees of "
+      "freedom--correcting.\n";
+  EXPECT_EQ(capture.text(),
+            "KtStatedSystem::validateTopLevelDimensions(): number of states does not equal the number of "
+            "systems in "
+            "the input file--correcting.\n" +
+                positions + velocities + positions + velocities);
+  ASSERT_EQ(loaded.state().positionStates().size(), 2u);
+  EXPECT_EQ(loaded.state().positionStates()[0].jointPositions(),
+            std::vector<double>({0.1, 0.2, 0, 0, 0, 0, 0}));
+  EXPECT_EQ(loaded.state().velocityStates()[1].jointVelocities().size(), 7u);
+  capture.clear();
+  EXPECT_TRUE(loaded.validateLowLevelDimensions());
+  EXPECT_EQ(capture.text(), "");
+}
+
+TEST(KtStatedSystemTest, SystemStateValidatesItselfAlone) {
+  KtManipulatorSystemState state;
+  state.positionStates().resize(2);
+  state.positionStates()[1].setJointPositions({1, 2, 3});
+  PrintCapture capture;
+  EXPECT_FALSE(state.validateLowLevelDimensions());
+  EXPECT_EQ(
+      capture.text(),
+      "KtManipulatorSystemState::validateTopLevelDimensions(): number of position states does not match the "
+      "velocity states--correcting.\n"
+      "KtManipulatorSystemState::validateLowLevelDimensions: joint positions do notmatch joint "
+      "velocities--correcting.\n");
+  EXPECT_EQ(state.velocityStates()[1].jointVelocities().size(), 3u);
+}
+
+TEST(KtStatedSystemTest, IndexChecksReportWithTheirExactTexts) {
+  KtStatedSystem stated = twoArmSystem();
+  stated.validateLowLevelDimensions();
+  PrintCapture capture;
+  EXPECT_FALSE(stated.setIndividualState(2, KtPositionState()));
+  EXPECT_FALSE(stated.setIndividualState(5, KtVelocityState()));
+  EXPECT_FALSE(stated.setIndividualCoordinateSystemTransformation(-1, Kt::coordinateSystemTransformation()));
+  EXPECT_FALSE(stated.rotateIndividualBaseVelocity(3, Kt::Orientation()));
+  EXPECT_EQ(stated.system().jointDof(4), 0u);
+  EXPECT_FALSE(stated.system().setJointLimit(2, 0, -1, 1));
+  EXPECT_FALSE(stated.system().replaceLinkProperties(-1, "link1", KtManipulatorLink()));
+  EXPECT_FALSE(stated.system().aboutToModifyManipulator(9));
+  EXPECT_EQ(capture.text(),
+            "KtStatedSystem::setIndividualState(): manipulator index 2 to big for position state size, 2\n"
+            "KtStatedSystem::setIndividualState(): manipulator index 5 to big for velocity state size, 2\n"
+            "KtStatedSystem::setIndividualCoordinateSystemTransformation(): manipulator index -1 to big for "
+            "position "
+            "state size, 2\n"
+            "KtStatedSystem::rotateIndividualBaseVelocity(): manipulator index 3 to big for velocity state "
+            "size, 2\n"
+            "KtManipulatorSystem::jointDof-->manipulator at index (4) undefined\n"
+            "KtManipulatorSystem::setJointLimit() - invalid manipulator index.\n"
+            "KtManipulatorSystem::replaceLinkProperties() - invalid manipulator index.\n"
+            "KtManipulatorSystem::aboutToModifyManipulator(): bad index (9).\n");
+}
+
+TEST(KtStatedSystemTest, BaseVelocityRotatesAsAVector) {
+  TestRandom rng(41);
+  KtStatedSystem stated = twoArmSystem();
+  stated.validateLowLevelDimensions();
+  KtVelocityState velocity;
+  velocity.generalVelocity().setLinear(Kt::Vector(1, 2, 3));
+  velocity.generalVelocity().setAngular(Kt::Vector(-1, 0.5, 2));
+  ASSERT_TRUE(stated.setIndividualState(1, velocity));
+  const Kt::Orientation rotation = randomPose(rng).orientation();
+  ASSERT_TRUE(stated.rotateIndividualBaseVelocity(1, rotation));
+  const KtGeneralMotion& turned = stated.state().velocityStates()[1].generalVelocity();
+  EXPECT_NEAR(turned.linear().mag(), Kt::Vector(1, 2, 3).mag(), 1e-14);
+  EXPECT_TRUE(turned.angular().approxEq(rotation * Kt::Vector(-1, 0.5, 2), 1e-15));
+}
+
+TEST(KtStatedSystemTest, IntegrationClampsInclusivelyAtTheLimits) {
+  auto arm =
+      makeSerialArm(std::vector<DhRow>(3, DhRow{KtDhType::craig, KtJointType::rotational, 0, 0, 0, 0}));
+  for (std::size_t i = 0; i < 3; ++i) arm->linkForModification(i).setJointLimits(-1.0, 1.0);
+  KtPositionState positions;
+  KtVelocityState velocities;
+  const auto step = [&](std::vector<double> q, std::vector<double> rates) {
+    positions.setJointPositions(q);
+    velocities.setJointVelocities(rates);
+    KtIntegrationStatus status;
+    arm->integrateState(velocities, 0.5, positions, status);
+    return status.limitReached;
+  };
+  EXPECT_FALSE(step({0, 0.2, -0.2}, {1, 1, -1}));
+  EXPECT_EQ(positions.jointPositions(), std::vector<double>({0.5, 0.7, -0.7}));
+  EXPECT_TRUE(step({0.5, 0, 0}, {1, 0, 0}));  // lands exactly on the upper limit
+  EXPECT_EQ(positions.jointPositions()[0], 1.0);
+  EXPECT_TRUE(step({0, -0.5, 0}, {0, -1, 0}));  // exactly on the lower limit
+  EXPECT_TRUE(step({0.9, -0.9, 0}, {4, -4, 0}));
+  EXPECT_EQ(positions.jointPositions(), std::vector<double>({1.0, -1.0, 0.0}));
+  // Extra velocities beyond the joints are ignored; missing ones leave joints alone.
+  EXPECT_FALSE(step({0.1, 0.1, 0.1}, {0.2}));
+  EXPECT_EQ(positions.jointPositions(), std::vector<double>({0.2, 0.1, 0.1}));
+}
+
+TEST(KtStatedSystemTest, IntegrationMovesTheBaseByItsVelocity) {
+  KtIndividualManipulator object;
+  KtPositionState positions;
+  positions.setCoordinateSystemTransform(Kt::coordinateSystemTransformation(Kt::Vector(1, 0, 0)));
+  KtVelocityState velocities;
+  velocities.generalVelocity().setLinear(Kt::Vector(0, 2, 0));
+  velocities.generalVelocity().setAngular(Kt::Vector(0, 0, 0.1));
+  KtIntegrationStatus status;
+  object.integrateState(velocities, 0.01, positions, status);
+  EXPECT_TRUE(positions.coordinateSystemTransform().translation().approxEq(Kt::Vector(1, 0.02, 0), 1e-15));
+  Kt::Orientation expected;
+  expected.integrateReferenceFrameAngularVelocity(Kt::Vector(0, 0, 0.1), 0.01);
+  EXPECT_TRUE(positions.coordinateSystemTransform().orientation().approxEq(expected, 1e-15));
+  EXPECT_FALSE(status.limitReached);
+}
+
+TEST(KtStatedSystemTest, InterpolationBlendsJointsAndReportsMismatches) {
+  TestRandom rng(42);
+  for (int i = 0; i < TestRandom::cases(); ++i) {
+    KtPositionState a, b, blend;
+    a.setJointPositions(randomJoints(rng, 4));
+    b.setJointPositions(randomJoints(rng, 4));
+    a.setCoordinateSystemTransform(randomPose(rng));
+    b.setCoordinateSystemTransform(randomPose(rng));
+    const double s = rng.uniform(0, 1);
+    ASSERT_TRUE(blend.linearInterpolation(a, b, s));
+    for (std::size_t j = 0; j < 4; ++j) {
+      const double lo = std::min(a.jointPositions()[j], b.jointPositions()[j]);
+      const double hi = std::max(a.jointPositions()[j], b.jointPositions()[j]);
+      EXPECT_GE(blend.jointPositions()[j], lo - 1e-15);
+      EXPECT_LE(blend.jointPositions()[j], hi + 1e-15);
+    }
+    ASSERT_TRUE(blend.linearInterpolation(a, b, 1.0));
+    EXPECT_LT(frameDistance(blend.coordinateSystemTransform(), b.coordinateSystemTransform()), 1e-12);
+  }
+  KtPositionState a, b, blend;
+  a.setJointPositions({1, 2});
+  b.setJointPositions({1});
+  KtManipulatorSystemState one, two, target;
+  one.positionStates().resize(1);
+  PrintCapture capture;
+  EXPECT_FALSE(blend.linearInterpolation(a, b, 0.5));
+  EXPECT_FALSE(target.linearFactorInterpolation(one, two, 0.5));
+  EXPECT_EQ(capture.text(),
+            "KtPositionState::linearInterpolation(): the two joint-position sizes (2 and 1) do not match\n"
+            "KtManipulatorSystemState::linearFactorInterpolation: positionStates size mismatch.\n");
+  two.positionStates().resize(1);
+  one.setTime(1.0);
+  two.setTime(3.0);
+  EXPECT_TRUE(target.linearFactorInterpolation(one, two, 0.25));
+  EXPECT_EQ(target.time(), 1.5);
+}
+
+TEST(KtStatedSystemTest, LinkReferencesAndSelfCollisionExclusions) {
+  auto arm = makeSerialArm(craigArmRows());
+  KtManipulatorLink& link = arm->linkForModification(2);
+  link.setLinkReference("link5");
+  EXPECT_EQ(link.referencedLink(), &arm->link(4));
+  PrintCapture capture;
+  link.setLinkReference("nowhere");
+  EXPECT_EQ(link.referencedLink(), &link);
+  EXPECT_EQ(
+      capture.text(),
+      "KtManipulatorLink::setLinkReference(): could not find link with label nowhere for referencing.  Using "
+      "self.\n");
+  EXPECT_TRUE(arm->canCollide(1, 5));
+  arm->excludeSelfCollision("link6", "link2");
+  EXPECT_FALSE(arm->canCollide(1, 5));
+  EXPECT_FALSE(arm->canCollide(5, 1));
+  EXPECT_FALSE(arm->canCollide(3, 3));
+}
+
+TEST(KtStatedSystemTest, SystemActiveStateFollowsTheSystemState) {
+  TestRandom rng(43);
+  KtStatedSystem stated = twoArmSystem();
+  stated.validateLowLevelDimensions();
+  KtSystemActiveState active;
+  for (int i = 0; i < 5; ++i) {
+    for (std::size_t m = 0; m < 2; ++m) {
+      stated.state().positionStates()[m].setJointPositions(randomJoints(rng, 7));
+      stated.state().positionStates()[m].setCoordinateSystemTransform(randomPose(rng));
+    }
+    active.update(stated.system(), stated.state());
+    ASSERT_EQ(active.size(), 2u);
+    for (std::size_t m = 0; m < 2; ++m)
+      expectFramesFresh(stated.system().manipulator(m), active.manipulatorActiveState(m));
+  }
+}

@@ -1,0 +1,194 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <kdl/chain.hpp>
+#include <kdl/chainfksolverpos_recursive.hpp>
+#include <kdl/frames.hpp>
+#include <memory>
+#include <numbers>
+#include <string>
+#include <vector>
+
+#include "manipulator/KtIndividualManipulator.h"
+#include "manipulator/KtManipulatorActiveState.h"
+#include "support/Random.h"
+
+// Building arms in code, independent reference frames and the KDL oracle for the
+// manipulator tests.
+namespace manipulator_test {
+
+constexpr double kPi = std::numbers::pi;
+
+struct DhRow {
+  KtDhType dhType;
+  KtJointType jointType;
+  double a, alpha, d, theta;
+};
+
+inline std::unique_ptr<KtManipulatorLink> makeLink(const DhRow& row, const std::string& label) {
+  auto joint = std::make_unique<KtDenavitHartenberg>();
+  joint->setDhType(row.dhType);
+  joint->setJointType(row.jointType);
+  joint->setA(row.a);
+  joint->setAlpha(row.alpha);
+  joint->setD(row.d);
+  joint->setTheta(row.theta);
+  auto link = std::make_unique<KtManipulatorLink>();
+  link->setIdentifier(label);
+  link->setKinematics(std::move(joint));
+  return link;
+}
+
+// A serial arm: each row hangs below the previous one.
+inline std::unique_ptr<KtIndividualManipulator> makeSerialArm(const std::vector<DhRow>& rows) {
+  auto arm = std::make_unique<KtIndividualManipulator>();
+  arm->setIdentifier("arm");
+  int parent = KtManipulatorLink::kBaseLinkIndex;
+  for (std::size_t i = 0; i < rows.size(); ++i)
+    parent = arm->addLink(parent, makeLink(rows[i], "link" + std::to_string(i + 1)));
+  return arm;
+}
+
+// A published modified D-H table of a 7-joint arm (a, alpha, d per joint).
+inline std::vector<DhRow> craigArmRows() {
+  const double h = kPi / 2;
+  const auto r = [](double a, double alpha, double d) {
+    return DhRow{KtDhType::craig, KtJointType::rotational, a, alpha, d, 0.0};
+  };
+  return {r(0, 0, 0.333),        r(0, -h, 0), r(0, h, 0.316), r(0.0825, h, 0),
+          r(-0.0825, -h, 0.384), r(0, h, 0),  r(0.088, h, 0)};
+}
+
+// A classic D-H table of a 7-joint lightweight arm.
+inline std::vector<DhRow> paulArmRows() {
+  const double h = kPi / 2;
+  const auto r = [](double alpha, double d) {
+    return DhRow{KtDhType::paul, KtJointType::rotational, 0, alpha, d, 0.0};
+  };
+  return {r(-h, 0.34), r(h, 0), r(h, 0.4), r(-h, 0), r(-h, 0.4), r(h, 0), r(0, 0.126)};
+}
+
+inline Kt::coordinateSystemTransformation randomPose(TestRandom& rng, double reach = 1.0) {
+  Kt::Orientation q(rng.uniform(-1, 1), rng.uniform(-1, 1), rng.uniform(-1, 1), rng.uniform(-1, 1));
+  return Kt::coordinateSystemTransformation(
+      Kt::Vector(rng.uniform(-reach, reach), rng.uniform(-reach, reach), rng.uniform(-reach, reach)), q);
+}
+
+inline std::vector<double> randomJoints(TestRandom& rng, std::size_t count, double range = kPi) {
+  std::vector<double> q(count);
+  for (double& value : q) value = rng.uniform(-range, range);
+  return q;
+}
+
+inline KDL::Frame toKdl(const Kt::coordinateSystemTransformation& t) {
+  const Kt::Orientation& q = t.orientation();
+  return KDL::Frame(KDL::Rotation::Quaternion(q.x(), q.y(), q.z(), q.w()),
+                    KDL::Vector(t.translation().x(), t.translation().y(), t.translation().z()));
+}
+
+// The frame reached after a link's joint, built from KDL's own D-H frames and joints: each
+// link adds its segments and notes how many segments lead to its frame.
+inline void appendToKdl(KDL::Chain& chain, const KtDenavitHartenberg& dh) {
+  using KDL::Frame;
+  using KDL::Joint;
+  using KDL::Segment;
+  const bool rotational = dh.jointType() == KtJointType::rotational;
+  const Joint moving(rotational ? Joint::RotZ : Joint::TransZ);
+  const double a = dh.a(), alpha = dh.alpha(), d = dh.d(), theta = dh.theta();
+  const KtDhType type = dh.dhType();
+  if (type == KtDhType::generalPaul || type == KtDhType::generalCraig || type == KtDhType::general) {
+    chain.addSegment(Segment(Joint(Joint::None), toKdl(dh.precursor())));
+  }
+  switch (type) {
+    case KtDhType::paul:
+    case KtDhType::generalPaul:
+      // Rz(theta) and Tz(d) commute, so a sliding joint may come first.
+      chain.addSegment(
+          Segment(moving, rotational ? Frame::DH(a, alpha, d, 0) : Frame::DH(a, alpha, 0, theta)));
+      break;
+    case KtDhType::craig:
+    case KtDhType::generalCraig:
+      chain.addSegment(Segment(Joint(Joint::None), Frame::DH_Craig1989(a, alpha, 0, rotational ? 0 : theta)));
+      chain.addSegment(Segment(moving, rotational ? Frame(KDL::Vector(0, 0, d)) : Frame::Identity()));
+      break;
+    default:
+      chain.addSegment(Segment(moving, Frame::Identity()));
+      break;
+  }
+}
+
+// The D-H frames of a serial arm (index 0..n-1) by KDL's recursive solver, for the base pose.
+inline std::vector<KDL::Frame> kdlFrames(const KtIndividualManipulator& arm,
+                                         const Kt::coordinateSystemTransformation& basePose,
+                                         const std::vector<double>& q) {
+  KDL::Chain chain;
+  chain.addSegment(
+      KDL::Segment(KDL::Joint(KDL::Joint::None), toKdl(basePose) * toKdl(arm.coordinateSystemTransform())));
+  std::vector<int> ends;
+  for (std::size_t i = 0; i < arm.jointDof(); ++i) {
+    appendToKdl(chain, *arm.link(i).denavitHartenberg());
+    ends.push_back(static_cast<int>(chain.getNrOfSegments()));
+  }
+  KDL::ChainFkSolverPos_recursive solver(chain);
+  KDL::JntArray joints(chain.getNrOfJoints());
+  for (std::size_t i = 0; i < q.size(); ++i) joints(static_cast<unsigned>(i)) = q[i];
+  std::vector<KDL::Frame> frames(ends.size());
+  for (std::size_t i = 0; i < ends.size(); ++i) solver.JntToCart(joints, frames[i], ends[i]);
+  return frames;
+}
+
+// Largest difference between the frames' positions and rotation matrices.
+inline double frameDistance(const Kt::coordinateSystemTransformation& ours, const KDL::Frame& theirs) {
+  double worst = 0.0;
+  for (int axis = 0; axis < 3; ++axis) {
+    Kt::Vector unit;
+    unit[static_cast<std::size_t>(axis)] = 1.0;
+    const Kt::Vector column = ours.orientation() * unit;
+    for (int row = 0; row < 3; ++row) {
+      worst = std::max(worst, std::fabs(column[static_cast<std::size_t>(row)] - theirs.M(row, axis)));
+    }
+    worst = std::max(worst, std::fabs(ours.translation()[static_cast<std::size_t>(axis)] - theirs.p(axis)));
+  }
+  return worst;
+}
+
+inline double frameDistance(const Kt::coordinateSystemTransformation& a,
+                            const Kt::coordinateSystemTransformation& b) {
+  return frameDistance(a, toKdl(b));
+}
+
+// The D-H frame of link `index` computed from nothing cached: the parent's frame composed with
+// calculateTransform, down from the base pose and placement.
+inline Kt::coordinateSystemTransformation referenceDhFrame(const KtManipulatorLink& link,
+                                                           const KtIndividualManipulator& arm,
+                                                           const KtPositionState& state) {
+  if (link.linkIndex() == KtManipulatorLink::kBaseLinkIndex) {
+    return state.coordinateSystemTransform() * arm.coordinateSystemTransform();
+  }
+  Kt::coordinateSystemTransformation frame = referenceDhFrame(*link.parentLink(), arm, state);
+  Kt::coordinateSystemTransformation joint;
+  const std::size_t index = static_cast<std::size_t>(link.linkIndex());
+  link.kinematics().calculateTransform(
+      joint, index < state.jointPositions().size() ? state.jointPositions()[index] : 0.0);
+  frame *= joint;
+  return frame;
+}
+
+// Every D-H and primary frame of the arm for the active state agrees with a computation
+// from scratch.
+inline void expectFramesFresh(const KtIndividualManipulator& arm, KtManipulatorActiveState& active) {
+  const KtPositionState& state = active.activePositionState().positionState();
+  EXPECT_LT(frameDistance(arm.dhFrameInSystem(active), referenceDhFrame(arm, arm, state)), 1e-12);
+  // Deepest first, so that a stale ancestor would be picked up rather than refreshed.
+  for (std::size_t i = arm.jointDof(); i-- > 0;) {
+    const KtManipulatorLink& link = arm.link(i);
+    const Kt::coordinateSystemTransformation expected = referenceDhFrame(link, arm, state);
+    EXPECT_LT(frameDistance(link.dhFrameInSystem(active), expected), 1e-12) << "link " << i;
+    EXPECT_LT(frameDistance(link.primaryFrameInSystem(active), expected * link.kinematics().primaryFrame()),
+              1e-12)
+        << "link " << i;
+  }
+}
+
+}  // namespace manipulator_test
