@@ -13,9 +13,10 @@ CMAKE_FLAGS ?= -DCMAKE_BUILD_TYPE=RelWithDebInfo -DKT_WERROR=ON -DKT_BUILD_BENCH
 
 FORMATTED_SOURCES = $(shell git ls-files '*.h' '*.cpp' 2>/dev/null)
 
-.PHONY: demo test deps build test-plain test-sanitized fuzz bench format format-check clean
+.PHONY: demo test deps configure build test-plain test-sanitized fuzz bench format format-check clean
 
-demo: deps build
+demo: deps configure
+	cmake --build $(BUILD) -j $(JOBS) --target kt kt-demo
 	$(BUILD)/tools/kt-demo
 
 test: deps format-check test-plain test-sanitized fuzz
@@ -23,8 +24,10 @@ test: deps format-check test-plain test-sanitized fuzz
 deps:
 	@./tools/install-dependencies.sh
 
-build:
+configure:
 	cmake -S . -B $(BUILD) $(CMAKE_FLAGS)
+
+build: configure
 	cmake --build $(BUILD) -j $(JOBS)
 
 test-plain: build
