@@ -27,29 +27,16 @@ class FileUtilTest : public testing::Test {
   fs::path root_;
 };
 
-TEST_F(FileUtilTest, NameAsGivenWinsOverTheDataDirectories) {
-  const std::string direct = (root_ / "second" / "arm.xml").string();
-  bool found = false;
-  EXPECT_EQ(KtFileUtil::findFile(direct, found), direct);
-  EXPECT_TRUE(found);
-}
-
-TEST_F(FileUtilTest, SearchesTheDataDirectoriesInOrder) {
-  bool found = false;
-  EXPECT_EQ(KtFileUtil::findFile("arm.xml", found), (root_ / "second" / "arm.xml").string());
-  EXPECT_TRUE(found);
-  EXPECT_EQ(KtFileUtil::findFile("both.xml", found), (root_ / "first" / "both.xml").string());
-  EXPECT_TRUE(found);
-}
-
-TEST_F(FileUtilTest, MissingOrEmptyNamesGiveAnEmptyPath) {
-  bool found = true;
-  EXPECT_EQ(KtFileUtil::findFile("absent.xml", found), "");
-  EXPECT_FALSE(found);
-  found = true;
-  EXPECT_EQ(KtFileUtil::findFile("", found), "");
-  EXPECT_FALSE(found);
-  found = true;
-  EXPECT_EQ(KtFileUtil::findFile("/arm.xml", found), "") << "an absolute name is not searched for";
-  EXPECT_FALSE(found);
+// The name as given wins, then the data directories in order; an absolute name is not searched
+// for, and a name found nowhere gives an empty path.
+TEST_F(FileUtilTest, FindsTheNameAsGivenThenInEachDataDirectoryInOrder) {
+  const std::string arm = (root_ / "second" / "arm.xml").string();
+  const std::pair<std::string, std::string> cases[] = {
+      {arm, arm},         {"arm.xml", arm}, {"both.xml", (root_ / "first" / "both.xml").string()},
+      {"absent.xml", ""}, {"", ""},         {"/arm.xml", ""}};
+  for (const auto& [name, path] : cases) {
+    bool found = path.empty();
+    EXPECT_EQ(KtFileUtil::findFile(name, found), path) << name;
+    EXPECT_EQ(found, !path.empty()) << name;
+  }
 }

@@ -215,3 +215,26 @@ TEST(KtForwardKinematicsTest, BaseFrameComposesPoseThenPlacementThenPrimaryFrame
   EXPECT_LT(frameDistance(arm->dhFrameInSystem(active), pose * placement), 1e-15);
   EXPECT_LT(frameDistance(arm->primaryFrameInSystem(active), pose * placement * primary), 1e-15);
 }
+
+// Whatever link is asked first after a change, and whichever of its ancestors are still
+// valid, the frames come out exactly as a fresh state computes them in index order.
+TEST(KtForwardKinematicsTest, QueryOrderDoesNotChangeAnyFrame) {
+  TestRandom rng(27);
+  const auto arm = treeArm(rng);
+  KtManipulatorActiveState active;
+  std::vector<double> q = randomJoints(rng, arm->jointDof());
+  active.activePositionState().setJointPositions(q);
+  for (int i = 0; i < TestRandom::cases(); ++i) {
+    q[static_cast<std::size_t>(rng.integer(0, 3))] = rng.uniform(-kPi, kPi);
+    active.activePositionState().setJointPositions(q);
+    const std::size_t first = static_cast<std::size_t>(rng.integer(0, 3));
+    arm->link(first).dhFrameInSystem(active);
+    KtManipulatorActiveState fresh;
+    fresh.activePositionState().setJointPositions(q);
+    for (std::size_t link = 0; link < arm->jointDof(); ++link) {
+      ASSERT_EQ(arm->link(link).primaryFrameInSystem(active), arm->link(link).primaryFrameInSystem(fresh))
+          << "link " << link << " after asking link " << first;
+      ASSERT_EQ(arm->link(link).dhFrameInSystem(active), arm->link(link).dhFrameInSystem(fresh));
+    }
+  }
+}

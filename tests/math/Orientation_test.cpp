@@ -26,24 +26,21 @@ TEST(Orientation, MatchesTheOracleAndRoundTripsThroughDcmAngleAxisAndRodriguesFo
     EXPECT_TRUE((r.q * v).approxEq(apply(r.matrix, v), 1e-12) &&
                 r.q.yAxis().approxEq(apply(r.matrix, yAxis), 1e-12));
     EXPECT_TRUE((r.q * other.q * other.q.inverse()).approxEq(r.q, 1e-12));
-    Orientation q;
-    q.setFromDcmRows(row(r.matrix, 0), row(r.matrix, 1), row(r.matrix, 2));
-    EXPECT_TRUE(q.approxEq(r.q, 1e-12));
-    q.setFromDcmColumns(r.q.xAxis(), r.q.yAxis(), r.q.zAxis());
-    EXPECT_TRUE(q.approxEq(r.q, 1e-12));
     double angle;
-    Vector axis, gibbs;
+    Vector axis, gibbs, gibbsOfNegated;
     r.q.getAngleAxis(angle, axis);
     EXPECT_TRUE(std::fabs(angle - r.angle) < 1e-9 && axis.approxEq(r.axis, 1e-9));
-    q.setFromAngleAxis(r.angle, r.axis);
-    EXPECT_TRUE(q.approxEq(r.q, 1e-12));
     r.q.getRodriguesVector(gibbs);
     EXPECT_TRUE(gibbs.approxEq(r.axis * std::tan(r.angle / 2), 1e-9 * (1 + gibbs.mag())));
-    Vector gibbsOfNegated;  // -q is the same rotation, so it has the same Gibbs vector
+    // -q is the same rotation, so it has the same Gibbs vector.
     Orientation(-r.q.w(), -r.q.x(), -r.q.y(), -r.q.z()).getRodriguesVector(gibbsOfNegated);
     EXPECT_TRUE(gibbsOfNegated.approxEq(gibbs, 1e-12 * (1 + gibbs.mag())));
-    q.setFromRodriguesVector(gibbs);
-    EXPECT_TRUE(q.approxEq(r.q, 1e-12));
+    Orientation back[4];
+    back[0].setFromDcmRows(row(r.matrix, 0), row(r.matrix, 1), row(r.matrix, 2));
+    back[1].setFromDcmColumns(r.q.xAxis(), r.q.yAxis(), r.q.zAxis());
+    back[2].setFromAngleAxis(r.angle, r.axis);
+    back[3].setFromRodriguesVector(gibbs);
+    for (int k = 0; k < 4; ++k) EXPECT_TRUE(back[k].approxEq(r.q, 1e-12)) << k;
   }
 }
 

@@ -8,9 +8,11 @@ using Kt::Vector;
 using rotation_oracle::randomVector;
 
 TEST(Vector, ApproxEqBoundsTheDistanceNotEachComponent) {
-  EXPECT_TRUE(Vector().approxEq(Vector(0.5e-3, 0.5e-3, 0.5e-3), 1e-3));
-  EXPECT_FALSE(Vector().approxEq(Vector(0.0, 0.8e-3, 0.8e-3), 1e-3));
-  EXPECT_FALSE(Vector().approxEq(Vector(1.1e-3, 0.0, 0.0), 1e-3));
+  TestRandom rng(1);
+  for (int i = 0; i < TestRandom::cases(); ++i) {
+    const Vector a = randomVector(rng), offset = randomVector(rng, 1.5e-3);
+    EXPECT_EQ(a.approxEq(a + offset, 1e-3), offset.mag() < 1e-3) << offset.mag();
+  }
 }
 
 TEST(Vector, DirectionalVectorIsTheScaledGradientOfTheDistance) {

@@ -46,10 +46,11 @@ class KtHttpStreamTest : public testing::Test {
 
 }  // namespace
 
+// Plain documents are binary-exact (byte 255 is ordinary content here); only ".gz" addresses
+// are decompressed, whatever the content. Document names starting with "http://" are fetched.
 TEST_F(KtHttpStreamTest, ServesPlainAndGzDocuments) {
   TestRandom rng(201);
   for (const std::size_t length : {0, 1, 994, 995, 996, 7777}) {
-    // Plain documents are binary-exact: byte 255 is ordinary content here.
     const std::string document = randomBytes(rng, length);
     EXPECT_EQ(readAll(KtIfHttpStream(serve("doc.xml", document))), document) << length;
   }
@@ -61,8 +62,17 @@ TEST_F(KtHttpStreamTest, ServesPlainAndGzDocuments) {
   }
   KtIfHttpStream stream(serve("doc.xml", document));
   expectRefillBlocks(stream, 995);
-  // Only ".gz" addresses are decompressed, whatever the content.
   EXPECT_EQ(KtIfHttpStream(serve("arm.ktz", gzipWithTool(*files_, document))).get(), 0x1f);
+
+  std::string resolved;
+  const std::string address = serve("named.xml", "<arm/>");
+  const auto fetched = ktOpenDocumentForReading(address, resolved);
+  ASSERT_NE(fetched, nullptr);
+  EXPECT_EQ(readAll(*fetched), "<arm/>");
+  EXPECT_EQ(resolved, address);
+  PrintCapture capture;
+  EXPECT_EQ(ktOpenDocumentForReading(server_->url("/missing.xml"), resolved), nullptr);
+  EXPECT_EQ(capture.text(), connectionFailure(server_->url("/missing.xml"), 22));
 }
 
 TEST_F(KtHttpStreamTest, QueryIsDroppedAndTrueAsksForAFreshCopy) {
@@ -105,14 +115,4 @@ TEST_F(KtHttpStreamTest, FailuresAreReportedWithTheTransferError) {
   PrintCapture capture;
   EXPECT_FALSE(KtIfHttpStream(server_->url("/headers"), std::ios::out).isOpen());
   EXPECT_EQ(capture.text(), "KtHttpStream Error: only input mode allowed");
-}
-
-TEST_F(KtHttpStreamTest, DocumentNamesStartingWithHttpAreFetched) {
-  std::string resolved;
-  const std::string address = serve("named.xml", "<arm/>");
-  EXPECT_EQ(readAll(*ktOpenDocumentForReading(address, resolved)), "<arm/>");
-  EXPECT_EQ(resolved, address);
-  PrintCapture capture;
-  EXPECT_EQ(ktOpenDocumentForReading(server_->url("/missing.xml"), resolved), nullptr);
-  EXPECT_EQ(capture.text(), connectionFailure(server_->url("/missing.xml"), 22));
 }

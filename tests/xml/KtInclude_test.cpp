@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <filesystem>
 #include <map>
 #include <sstream>
@@ -43,18 +44,15 @@ std::string includeOf(const std::string& href) {
 }
 
 TEST(KtInclude, resolvesHrefsAgainstTheIncludingDocument) {
-  const struct {
-    const char* href;
-    const char* including;
-    const char* resolved;
-  } cases[] = {{"part.xml", "dir/main.xml", "dir/part.xml"},
-               {"sub/part.xml", "a\\b\\main.xml", "a\\b\\sub/part.xml"},
-               {"part.xml", "main.xml", "part.xml"},
-               {"/abs/part.xml", "dir/main.xml", "/abs/part.xml"},
-               {"c:\\part.xml", "dir/main.xml", "c:\\part.xml"},
-               {"C:/part.xml", "dir/main.xml", "C:/part.xml"},
-               {"d:\\part.xml", "dir/main.xml", "dir/d:\\part.xml"}};
-  for (const auto& c : cases) EXPECT_EQ(KtInclude::resolveHref(c.href, c.including), c.resolved) << c.href;
+  const std::array<const char*, 3> cases[] = {{"part.xml", "dir/main.xml", "dir/part.xml"},
+                                              {"sub/part.xml", "a\\b\\main.xml", "a\\b\\sub/part.xml"},
+                                              {"part.xml", "main.xml", "part.xml"},
+                                              {"/abs/part.xml", "dir/main.xml", "/abs/part.xml"},
+                                              {"c:\\part.xml", "dir/main.xml", "c:\\part.xml"},
+                                              {"C:/part.xml", "dir/main.xml", "C:/part.xml"},
+                                              {"d:\\part.xml", "dir/main.xml", "dir/d:\\part.xml"}};
+  for (const auto& [href, including, resolved] : cases)
+    EXPECT_EQ(KtInclude::resolveHref(href, including), resolved) << href << " in " << including;
 }
 
 TEST(KtInclude, replacesTheElementByTheIncludedRoot) {
@@ -77,11 +75,6 @@ TEST(KtInclude, replacesTheElementByTheIncludedRoot) {
   EXPECT_EQ(read.m_real, 3.0);
 }
 
-struct Failure {
-  std::string document;
-  std::string messages;
-};
-
 TEST(KtInclude, rejectsBadIncludes) {
   MemoryDocuments documents;
   documents.add("a.xml", "<x>" + includeOf("b.xml") + "</x>");
@@ -92,7 +85,7 @@ TEST(KtInclude, rejectsBadIncludes) {
   }
   documents.add("broken.xml", "<x><y></x>");
   const std::string xlink = "<sm:KtInclude xmlns:sm=\"s\" xmlns:xlink=\"http://www.w3.org/1999/xlink\" ";
-  const Failure failures[] = {
+  const std::pair<std::string, std::string> failures[] = {
       {includeOf("a.xml"), "KtXmlReader Error: include cycle through a.xml.\n\tFile: b.xml\n\tLine: 2\n"},
       {includeOf("deep0.xml"),
        "KtXmlReader Error: includes nested deeper than 16 levels.\n\tFile: deep15.xml\n\tLine: 1\n"},
@@ -111,11 +104,11 @@ TEST(KtInclude, rejectsBadIncludes) {
        "broken.xml\n\tLine: "
        "1\n\tStart tag: y\n\tEnd tag: x\n"},
   };
-  for (const Failure& failure : failures) {
+  for (const auto& [document, messages] : failures) {
     PrintCapture capture;
     KtTestLeaf leaf;
-    EXPECT_FALSE(ktTestRead(leaf, "<a>" + failure.document + "</a>", "main.xml")) << failure.document;
-    EXPECT_EQ(capture.text(), failure.messages) << failure.document;
+    EXPECT_FALSE(ktTestRead(leaf, "<a>" + document + "</a>", "main.xml")) << document;
+    EXPECT_EQ(capture.text(), messages) << document;
   }
 }
 

@@ -1,36 +1,32 @@
 #include "KtXmlTestObjects.h"
 
+#include <bit>
 #include <cmath>
 #include <memory>
 
 KtTestEverything::KtTestEverything() : m_variety(testLeafFactory()) {}
 
 void KtTestEverything::registerComponents() {
-  static const KtToken real(ktNamespaceCt, "real"), single(ktNamespaceCt, "single"),
-      flag(ktNamespaceCt, "flag"), count(ktNamespaceCt, "count"), small(ktNamespaceCt, "small"),
-      name(ktNamespaceCt, "name"), tag("tag"), joint(ktNamespaceCt, "joint"), pair(ktNamespaceCt, "pair"),
-      map(ktNamespaceCt, "map"), set(ktNamespaceCt, "set"), reals(ktNamespaceCt, "reals"),
-      words(ktNamespaceCt, "words"), points(ktNamespaceCt, "points"), leaves(ktNamespaceCt, "leaves"),
-      variety(ktNamespaceCt, "variety"), vector(ktNamespaceCt, "vector"),
-      orientation(ktNamespaceCt, "orientation");
-  registerComponent(real, m_real);
-  registerComponent(single, m_single);
-  registerComponent(flag, m_flag);
-  registerComponent(count, m_count);
-  registerComponent(small, m_small);
-  registerComponent(name, m_name);
-  registerAttribute(tag, m_tag);
-  registerComponent(joint, m_joint);
-  registerComponent(pair, m_pair);
-  registerComponent(map, m_map);
-  registerComponent(set, m_set);
-  registerComponent(reals, m_reals);
-  registerComponent(words, m_words);
-  registerComponent(points, m_points);
-  registerComponent(leaves, m_leaves);
-  registerComponent(variety, m_variety);
-  registerComponent(vector, m_vector);
-  registerComponent(orientation, m_orientation);
+  const auto ct = [](const char* name) { return KtToken(ktNamespaceCt, name); };
+  registerComponent(ct("real"), m_real);
+  registerComponent(ct("single"), m_single);
+  registerComponent(ct("flag"), m_flag);
+  registerComponent(ct("count"), m_count);
+  registerComponent(ct("small"), m_small);
+  registerComponent(ct("name"), m_name);
+  registerAttribute(KtToken("tag"), m_tag);
+  registerComponent(ct("joint"), m_joint);
+  registerComponent(ct("pair"), m_pair);
+  registerComponent(ct("map"), m_map);
+  registerComponent(ct("set"), m_set);
+  registerComponent(ct("reals"), m_reals);
+  registerComponent(ct("words"), m_words);
+  registerComponent(ct("points"), m_points);
+  registerComponent(ct("leaves"), m_leaves);
+  registerComponent(ct("variety"), m_variety);
+  registerComponent(ct("vector"), m_vector);
+  registerComponent(ct("orientation"), m_orientation);
+  registerComponent(ct("matrix"), m_matrix);
 }
 
 const KtXmlFactory& testLeafFactory() {
@@ -54,6 +50,13 @@ std::string randomText(TestRandom& rng) {
   return text + "e";
 }
 
+double anyNumber(TestRandom& rng) {
+  for (;;) {
+    const double value = std::bit_cast<double>(rng.engine()());
+    if (value == value) return value;  // NaN never equals itself, so it cannot round-trip as equal
+  }
+}
+
 KtTestLeaf randomLeaf(TestRandom& rng) {
   KtTestLeaf leaf;
   leaf.m_value = rng.uniform(-10, 10);
@@ -75,7 +78,8 @@ void fillRandomly(KtTestEverything& e, TestRandom& rng) {
   e.m_pair.value() = {rng.integer(-100, 100), randomText(rng)};
   for (int n = rng.integer(0, 4); n > 0; --n) e.m_map[randomText(rng)] = rng.uniform(-1, 1);
   for (int n = rng.integer(0, 25); n > 0; --n) e.m_set.insert(rng.integer(-1000, 1000));
-  for (int n = rng.integer(0, 35); n > 0; --n) e.m_reals.push_back(rng.uniform(-1, 1));
+  for (int n = rng.integer(0, 35); n > 0; --n)
+    e.m_reals.push_back(rng.integer(0, 1) ? anyNumber(rng) : rng.uniform(-1, 1));
   for (int n = rng.integer(0, 3); n > 0; --n) e.m_words.push_back(randomText(rng));
   for (int n = rng.integer(0, 3); n > 0; --n) e.m_points.push_back(Kt::Vector(rng.uniform(-1, 1), 0.5, -2));
   for (int n = rng.integer(0, 3); n > 0; --n) e.m_leaves.push_back(randomLeaf(rng));
@@ -91,4 +95,8 @@ void fillRandomly(KtTestEverything& e, TestRandom& rng) {
   e.m_vector = Kt::Vector(rng.uniform(-5, 5), rng.uniform(-5, 5), rng.uniform(-5, 5));
   e.m_orientation =
       Kt::Orientation(rng.uniform(-1, 1), rng.uniform(-1, 1), rng.uniform(-1, 1), rng.uniform(-1, 1));
+  e.m_matrix.resizeArray(static_cast<std::size_t>(rng.integer(0, 7)),
+                         static_cast<std::size_t>(rng.integer(0, 7)));
+  for (std::size_t r = 0; r < e.m_matrix.rows(); ++r)
+    for (KtReal& entry : e.m_matrix[r]) entry = rng.uniform(-1e3, 1e3);
 }

@@ -5,6 +5,7 @@
 
 #include "foundation/Types.h"
 #include "support/Random.h"
+#include "xml/KtReArray.h"
 #include "xml/KtXmlBasicType.h"
 #include "xml/KtXmlCompoundType.h"
 #include "xml/KtXmlEnumType.h"
@@ -40,9 +41,8 @@ class KtTestLeaf : public KtXmlCloneable<KtTestLeaf, KtXmlCompoundType> {
 
  protected:
   void registerComponents() override {
-    static const KtToken value(ktNamespaceSm, "value"), offset(ktNamespaceSm, "offset");
-    registerComponent(value, m_value);
-    registerComponent(offset, m_offset);
+    registerComponent(KtToken(ktNamespaceSm, "value"), m_value);
+    registerComponent(KtToken(ktNamespaceSm, "offset"), m_offset);
   }
 };
 
@@ -58,8 +58,7 @@ class KtTestOtherLeaf : public KtXmlCloneable<KtTestOtherLeaf, KtTestLeaf> {
  protected:
   void registerComponents() override {
     KtTestLeaf::registerComponents();
-    static const KtToken label(ktNamespaceSm, "label");
-    registerComponent(label, m_label);
+    registerComponent(KtToken(ktNamespaceSm, "label"), m_label);
   }
 };
 
@@ -90,6 +89,7 @@ class KtTestEverything : public KtXmlCloneable<KtTestEverything, KtXmlCompoundTy
   KtXmlVariableVectorType<KtTestLeaf> m_variety;
   KtXmlVector m_vector;
   KtXmlOrientation m_orientation;
+  KtReArray m_matrix;
 
  protected:
   void registerComponents() override;
@@ -99,7 +99,7 @@ class KtTestEverything : public KtXmlCloneable<KtTestEverything, KtXmlCompoundTy
 const KtXmlFactory& testLeafFactory();
 
 // Gives every member of the object a random value (strings without blanks at either end,
-// since content is trimmed on reading).
+// since content is trimmed on reading; numbers from every bit pattern but NaN's).
 void fillRandomly(KtTestEverything& e, TestRandom& rng);
 
 // Writes an object as a document into a string, and reads a document from a string.
