@@ -2,7 +2,7 @@
 """Loopback HTTP server for the document stream tests: serves the files of one directory on
 127.0.0.1 plus a few paths that misbehave on purpose. Prints its port, a port on which
 nothing listens and its process id, then serves until it is terminated."""
-import functools, http.server, os, socket, sys, time
+import functools, http.server, os, socket, sys, threading, time
 
 
 class Handler(http.server.SimpleHTTPRequestHandler):
@@ -50,5 +50,16 @@ closed.bind(("127.0.0.1", 0))
 Handler.closed_port = closed.getsockname()[1]
 server = http.server.ThreadingHTTPServer(("127.0.0.1", 0), functools.partial(Handler, directory=sys.argv[1]))
 server.daemon_threads = True
+
+
+def exit_with_parent(parent):
+    # A test that crashes never terminates the server; without this it would outlive the
+    # test and keep the test runner's output pipe open.
+    while os.getppid() == parent:
+        time.sleep(0.2)
+    os._exit(0)
+
+
+threading.Thread(target=exit_with_parent, args=(os.getppid(),), daemon=True).start()
 print(server.server_address[1], Handler.closed_port, os.getpid(), flush=True)
 server.serve_forever()
