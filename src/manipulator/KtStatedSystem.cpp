@@ -22,22 +22,20 @@ bool KtStatedSystem::read(KtXmlReader& reader) {
   return read;
 }
 
-bool KtStatedSystem::positionIndexValid(int index, const char* operation) const {
-  const std::size_t count = m_state.positionStates().size();
+// `kind` names the state vector ("position" or "velocity") in the message.
+bool KtStatedSystem::indexValid(int index, std::size_t count, const char* kind, const char* operation) {
   if (index >= 0 && static_cast<std::size_t>(index) < count) return true;
-  ktPrint(KtSeverity::Error,
-          "KtStatedSystem::%s(): manipulator index %d to big for position state size, %d\n", operation, index,
-          static_cast<int>(count));
+  ktPrint(KtSeverity::Error, "KtStatedSystem::%s(): manipulator index %d to big for %s state size, %d\n",
+          operation, index, kind, static_cast<int>(count));
   return false;
 }
 
+bool KtStatedSystem::positionIndexValid(int index, const char* operation) const {
+  return indexValid(index, m_state.positionStates().size(), "position", operation);
+}
+
 bool KtStatedSystem::velocityIndexValid(int index, const char* operation) const {
-  const std::size_t count = m_state.velocityStates().size();
-  if (index >= 0 && static_cast<std::size_t>(index) < count) return true;
-  ktPrint(KtSeverity::Error,
-          "KtStatedSystem::%s(): manipulator index %d to big for velocity state size, %d\n", operation, index,
-          static_cast<int>(count));
-  return false;
+  return indexValid(index, m_state.velocityStates().size(), "velocity", operation);
 }
 
 bool KtStatedSystem::setIndividualState(int manipulatorIndex, const KtPositionState& position) {

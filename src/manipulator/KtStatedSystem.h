@@ -36,6 +36,7 @@ class KtStatedSystem : public KtXmlCloneable<KtStatedSystem, KtXmlCompoundType> 
   void registerComponents() override;
 
  private:
+  static bool indexValid(int index, std::size_t count, const char* kind, const char* operation);
   bool positionIndexValid(int index, const char* operation) const;
   bool velocityIndexValid(int index, const char* operation) const;
 
