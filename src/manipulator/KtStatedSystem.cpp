@@ -84,28 +84,24 @@ bool KtStatedSystem::validateTopLevelDimensions() {
   return false;
 }
 
+// Resizes one joint vector of a state to the manipulator's degrees of freedom, with the
+// repair message naming the vector ("positions" or "velocities"); false when it had to.
+static bool hasLength(std::vector<KtReal>& joints, std::size_t dof, const char* vectorName) {
+  if (joints.size() == dof) return true;
+  ktPrint(KtSeverity::Warning,
+          "KtStatedSystem::validateLowLevelDimensions: joint %s do not match the numbers of degrees of "
+          "freedom--correcting.\n",
+          vectorName);
+  joints.resize(dof, 0.0);
+  return false;
+}
+
 bool KtStatedSystem::validateLowLevelDimensions() {
   bool valid = validateTopLevelDimensions();
   for (std::size_t i = 0; i < m_system.size(); ++i) {
     const std::size_t dof = m_system.manipulator(i).jointDof();
-    std::vector<KtReal>& joints = m_state.positionStates()[i].jointPositions();
-    if (joints.size() != dof) {
-      ktPrint(KtSeverity::Warning,
-              "KtStatedSystem::validateLowLevelDimensions: joint positions do not match the numbers of "
-              "degrees of "
-              "freedom--correcting.\n");
-      joints.resize(dof, 0.0);
-      valid = false;
-    }
-    std::vector<KtReal>& rates = m_state.velocityStates()[i].jointVelocities();
-    if (rates.size() != dof) {
-      ktPrint(KtSeverity::Warning,
-              "KtStatedSystem::validateLowLevelDimensions: joint velocities do not match the numbers of "
-              "degrees of "
-              "freedom--correcting.\n");
-      rates.resize(dof, 0.0);
-      valid = false;
-    }
+    valid &= hasLength(m_state.positionStates()[i].jointPositions(), dof, "positions");
+    valid &= hasLength(m_state.velocityStates()[i].jointVelocities(), dof, "velocities");
   }
   return valid;
 }
