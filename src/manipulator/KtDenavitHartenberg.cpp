@@ -28,6 +28,12 @@ void KtDenavitHartenberg::parametersChanged() {
   m_sinAlpha = std::sin(m_alpha);
   m_cosAlpha = std::cos(m_alpha);
   m_alphaHalf = KtHalfAngle::of(m_cosAlpha, m_sinAlpha);
+  m_craigTranslation = Kt::Vector(m_a, -m_d * m_sinAlpha, m_d * m_cosAlpha);
+  m_rotationalRow = RotationalRow::none;
+  if (jointType() == KtJointType::rotational) {
+    if (dhType() == KtDhType::paul) m_rotationalRow = RotationalRow::paul;
+    if (dhType() == KtDhType::craig) m_rotationalRow = RotationalRow::craig;
+  }
   m_frameValid = false;
   KtLinkKinematics::parametersChanged();
 }
@@ -95,25 +101,24 @@ bool KtDenavitHartenberg::checkTypes(const char* operation) const {
   return true;
 }
 
+Kt::coordinateSystemTransformation KtDenavitHartenberg::rotationalMotion(KtReal q, bool classic) const {
+  KtReal s = 0.0, c = 1.0;
+  Kt::sinCos(q, s, c);
+  const Kt::Vector translation = classic ? Kt::Vector(m_a * c, m_a * s, m_d) : m_craigTranslation;
+  return {translation, ktHalfAngleQuaternion(KtHalfAngle::of(c, s), m_alphaHalf, classic)};
+}
+
 Kt::coordinateSystemTransformation KtDenavitHartenberg::jointMotion(KtReal q) const {
   const bool rotational = jointType() == KtJointType::rotational;
   switch (dhType()) {
     case KtDhType::paul:
     case KtDhType::generalPaul:
-      if (rotational) {
-        const KtReal c = std::cos(q), s = std::sin(q);
-        return {Kt::Vector(m_a * c, m_a * s, m_d),
-                ktHalfAngleQuaternion(KtHalfAngle::of(c, s), m_alphaHalf, true)};
-      }
+      if (rotational) return rotationalMotion(q, true);
       return {Kt::Vector(m_a * std::cos(m_theta), m_a * std::sin(m_theta), q),
               Kt::Orientation::zRotation(m_theta) * Kt::Orientation::xRotation(m_alpha)};
     case KtDhType::craig:
     case KtDhType::generalCraig:
-      if (rotational) {
-        const KtReal c = std::cos(q), s = std::sin(q);
-        return {Kt::Vector(m_a, -m_d * m_sinAlpha, m_d * m_cosAlpha),
-                ktHalfAngleQuaternion(KtHalfAngle::of(c, s), m_alphaHalf, false)};
-      }
+      if (rotational) return rotationalMotion(q, false);
       return {Kt::Vector(m_a, -q * m_sinAlpha, q * m_cosAlpha),
               Kt::Orientation::xRotation(m_alpha) * Kt::Orientation::zRotation(m_theta)};
     default:
@@ -131,7 +136,9 @@ void KtDenavitHartenberg::calculateTransform(Kt::coordinateSystemTransformation&
 const Kt::coordinateSystemTransformation& KtDenavitHartenberg::dhTransform(KtReal q) const {
   if (m_frameValid && q == m_cachedJointValue) return m_cachedFrame;
   m_cachedJointValue = q;
-  if (isGeneralType()) {
+  if (m_rotationalRow != RotationalRow::none) {
+    m_cachedFrame = rotationalMotion(q, m_rotationalRow == RotationalRow::paul);
+  } else if (isGeneralType()) {
     m_cachedFrame.setToIdentity();
     calculateTransform(m_cachedFrame, q);
   } else if (checkTypes("calculateTransform")) {

@@ -79,6 +79,8 @@ class KtDenavitHartenberg : public KtXmlCloneable<KtDenavitHartenberg, KtLinkKin
   bool checkTypes(const char* operation) const;
   // The pure joint motion (p, R) of the table for q, without precursor.
   Kt::coordinateSystemTransformation jointMotion(KtReal q) const;
+  // The motion of a rotational joint in the classic or the modified convention.
+  Kt::coordinateSystemTransformation rotationalMotion(KtReal q, bool classic) const;
 
   KtXmlEnumType<KtJointType> m_jointType = KtJointType::rotational;
   KtXmlEnumType<KtDhType> m_dhType = KtDhType::paul;
@@ -92,6 +94,12 @@ class KtDenavitHartenberg : public KtXmlCloneable<KtDenavitHartenberg, KtLinkKin
   KtReal m_sinAlpha = 0.0;
   KtReal m_cosAlpha = 1.0;
   KtHalfAngle m_alphaHalf = KtHalfAngle::of(1.0, 0.0);
+  // The modified convention's joint translation, which does not depend on the joint value.
+  Kt::Vector m_craigTranslation;
+  // The rotational "paul" and "craig" joints, which dhTransform computes without the type
+  // checks and the precursor of the other rows.
+  enum class RotationalRow : std::uint8_t { none, paul, craig };
+  RotationalRow m_rotationalRow = RotationalRow::paul;
 
   // The joint-value cache.
   mutable KtCoordinateSystemTransformation m_cachedFrame;

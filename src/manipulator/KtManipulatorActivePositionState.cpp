@@ -28,6 +28,7 @@ void KtManipulatorActivePositionState::invalidateAll() {
 void KtManipulatorActivePositionState::rebind(const KtIndividualManipulator& manipulator) {
   invalidateAll();
   m_linkPositionStates.resize(manipulator.jointDof());
+  m_pendingFrames.reserve(manipulator.jointDof());
   m_model = &manipulator;
   m_revision = KtModelRevision::current();
 }

@@ -11,6 +11,14 @@
 
 class KtIndividualManipulator;
 
+// A link whose frames a query is about to compute: its record, and its joint transformation
+// and primary offset, which are computed first.
+struct KtPendingFrame {
+  KtLinkPositionState* record;
+  const Kt::coordinateSystemTransformation* jointTransform;
+  const Kt::coordinateSystemTransformation* primaryOffset;
+};
+
 // The position state of one manipulator together with the frames of its links that have
 // been computed from it, one record per link index, and the record of the base link.
 //
@@ -50,6 +58,9 @@ class KtManipulatorActivePositionState
     return index < joints.size() ? joints[index] : 0.0;
   }
   void invalidateAll();
+  // Scratch room for the links whose frames one query computes, kept here so that it is
+  // allocated once per manipulator rather than once per query.
+  std::vector<KtPendingFrame>& pendingFrames() { return m_pendingFrames; }
 
  protected:
   void registerComponents() override;
@@ -62,6 +73,7 @@ class KtManipulatorActivePositionState
   KtXmlVectorType<KtLinkPositionState> m_linkPositionStates;
   KtLinkPositionState m_basePositionState;
 
+  std::vector<KtPendingFrame> m_pendingFrames;
   const KtIndividualManipulator* m_model = nullptr;
   std::uint64_t m_revision = 0;
 };

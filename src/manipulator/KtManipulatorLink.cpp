@@ -120,14 +120,28 @@ void KtManipulatorLink::copyPropertiesFrom(const KtManipulatorLink& source) {
   KtModelRevision::advance();
 }
 
+// The links on the way from this one to the nearest ancestor with a valid frame are done in
+// two passes: first their joint transformations, which do not depend on one another, so that
+// the processor overlaps their trigonometry; then the compositions, outward from that frame.
 const KtLinkPositionState& KtManipulatorLink::locate(KtManipulatorActivePositionState& positions) const {
   KtLinkPositionState& record = positions.linkPositionState(static_cast<std::size_t>(m_linkIndex));
   if (record.isValid()) return record;
-  // Indices grow away from the base, so the parent's record exists whenever this one does.
-  const Kt::coordinateSystemTransformation& parentFrame = m_parent->locate(positions).dhFrame();
-  const KtLinkKinematics& joint = kinematics();
-  record.store(parentFrame, joint.dhTransform(positions.jointPosition(static_cast<std::size_t>(m_linkIndex))),
-               joint.primaryFrame());
+  std::vector<KtPendingFrame>& path = positions.pendingFrames();
+  path.clear();
+  const KtManipulatorLink* link = this;
+  // Indices grow away from the base, so every ancestor of a link with a record has one too.
+  for (; link->m_linkIndex >= 0; link = link->m_parent) {
+    const auto index = static_cast<std::size_t>(link->m_linkIndex);
+    KtLinkPositionState& linkRecord = positions.linkPositionState(index);
+    if (linkRecord.isValid()) break;
+    const KtLinkKinematics& joint = link->kinematics();
+    path.push_back({&linkRecord, &joint.dhTransform(positions.jointPosition(index)), &joint.primaryFrame()});
+  }
+  const Kt::coordinateSystemTransformation* parentFrame = &link->locate(positions).dhFrame();
+  for (auto outward = path.rbegin(); outward != path.rend(); ++outward) {
+    outward->record->store(*parentFrame, *outward->jointTransform, *outward->primaryOffset);
+    parentFrame = &outward->record->dhFrame();
+  }
   return record;
 }
 

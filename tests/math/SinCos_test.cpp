@@ -1,0 +1,81 @@
+#include "math/SinCos.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <numbers>
+
+#include "support/Random.h"
+
+namespace {
+
+// The error of a double result against the 64-bit-mantissa C library value, in units of
+// the last place of the double nearest to that value.
+double ulpError(double value, long double reference) {
+  const double nearest = static_cast<double>(reference);
+  const double ulp =
+      std::nextafter(std::fabs(nearest), std::numeric_limits<double>::infinity()) - std::fabs(nearest);
+  return static_cast<double>(std::fabs(value - reference) / ulp);
+}
+
+void expectWithinUlps(double x, double ulps) {
+  double sine = 0.0, cosine = 0.0;
+  Kt::sinCos(x, sine, cosine);
+  EXPECT_LE(ulpError(sine, std::sin(static_cast<long double>(x))), ulps) << "sin of " << x;
+  EXPECT_LE(ulpError(cosine, std::cos(static_cast<long double>(x))), ulps) << "cos of " << x;
+}
+
+TEST(SinCos, WithinOneUlpAndAHalfForJointAnglesAndThreeBeyond) {
+  TestRandom random(41);
+  for (int i = 0; i < 50 * TestRandom::cases(); ++i) {
+    expectWithinUlps(random.uniform(-7.0, 7.0), 1.5);
+    expectWithinUlps(random.uniform(-1.0e6, 1.0e6), 3.0);
+  }
+}
+
+// Each quadrant boundary k·pi/2 is where the reduced argument changes sign and the roles of
+// sine and cosine swap, so the values just around it test the quadrant logic.
+TEST(SinCos, WithinOneUlpAndAHalfAroundQuadrantBoundaries) {
+  for (int k = -8; k <= 8; ++k) {
+    const double boundary = k * std::numbers::pi / 2;
+    double x = boundary;
+    for (int step = 0; step < 4; ++step) x = std::nextafter(x, -10.0);
+    for (int step = 0; step < 8; ++step, x = std::nextafter(x, 10.0)) expectWithinUlps(x, 1.5);
+    expectWithinUlps(boundary + 1e-9, 1.5);
+    expectWithinUlps(boundary - 1e-9, 1.5);
+  }
+}
+
+TEST(SinCos, ExactAtAndNearZero) {
+  double sine = 1.0, cosine = 0.0;
+  Kt::sinCos(0.0, sine, cosine);
+  EXPECT_EQ(sine, 0.0);
+  EXPECT_FALSE(std::signbit(sine));
+  EXPECT_EQ(cosine, 1.0);
+  Kt::sinCos(1e-300, sine, cosine);
+  EXPECT_EQ(sine, 1e-300);
+  EXPECT_EQ(cosine, 1.0);
+}
+
+TEST(SinCos, LargeAndNonFiniteArgumentsMatchTheCLibrary) {
+  for (double x : {3.0e6, -1.0e12, 1.0e300}) {
+    double sine = 0.0, cosine = 0.0;
+    Kt::sinCos(x, sine, cosine);
+    EXPECT_EQ(sine, std::sin(x));
+    EXPECT_EQ(cosine, std::cos(x));
+  }
+  double sine = 0.0, cosine = 0.0;
+  Kt::sinCos(std::numeric_limits<double>::infinity(), sine, cosine);
+  EXPECT_TRUE(std::isnan(sine) && std::isnan(cosine));
+  Kt::sinCos(std::numeric_limits<double>::quiet_NaN(), sine, cosine);
+  EXPECT_TRUE(std::isnan(sine) && std::isnan(cosine));
+}
+
+TEST(SelectIf, PicksBySignWithoutTouchingTheBits) {
+  EXPECT_TRUE(std::signbit(Kt::selectIf(true, -0.0, 0.0)));
+  EXPECT_FALSE(std::signbit(Kt::selectIf(false, -0.0, 0.0)));
+  EXPECT_TRUE(std::isnan(Kt::selectIf(false, 1.0, std::numeric_limits<double>::quiet_NaN())));
+}
+
+}  // namespace
