@@ -17,11 +17,13 @@ void KtManipulatorActivePositionState::registerComponents() {
 }
 
 void KtManipulatorActivePositionState::invalidateFrom(std::size_t firstLink) {
+  if (firstLink < m_linkPositionStates.size()) ++m_frameChanges;
   for (std::size_t i = firstLink; i < m_linkPositionStates.size(); ++i) m_linkPositionStates[i].invalidate();
 }
 
 void KtManipulatorActivePositionState::invalidateAll() {
   m_basePositionState.invalidate();
+  ++m_frameChanges;
   invalidateFrom(0);
 }
 

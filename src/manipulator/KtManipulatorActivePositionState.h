@@ -58,6 +58,9 @@ class KtManipulatorActivePositionState
     return index < joints.size() ? joints[index] : 0.0;
   }
   void invalidateAll();
+  // Counts the times that frames were dropped, so that records derived from the frames can
+  // tell whether they are still current.
+  std::uint64_t frameChanges() const { return m_frameChanges; }
   // Scratch room for the links whose frames one query computes, kept here so that it is
   // allocated once per manipulator rather than once per query.
   std::vector<KtPendingFrame>& pendingFrames() { return m_pendingFrames; }
@@ -76,4 +79,5 @@ class KtManipulatorActivePositionState
   std::vector<KtPendingFrame> m_pendingFrames;
   const KtIndividualManipulator* m_model = nullptr;
   std::uint64_t m_revision = 0;
+  std::uint64_t m_frameChanges = 0;
 };

@@ -17,6 +17,7 @@ class KtIndividualManipulator;
 class KtManipulatorActivePositionState;
 class KtManipulatorActiveState;
 class KtLinkPositionState;
+struct KtLinkMotion;
 
 // One link of a manipulator's tree: its label, its joint kinematics, its child links (the
 // tree is stored by nesting), its joint limits and the elements that geometry and dynamics
@@ -74,6 +75,31 @@ class KtManipulatorLink : public KtXmlCloneable<KtManipulatorLink, KtXmlCompound
   virtual const Kt::coordinateSystemTransformation& dhFrameInSystem(KtManipulatorActiveState& state) const;
   const Kt::coordinateSystemTransformation& primaryFrameInSystem(KtManipulatorActiveState& state) const;
 
+  // Motions of the link for the state's position and velocity states, computed on demand
+  // toward the base and cached in the state's link motion records. Linear parts are those of
+  // the named frame's origin; "InSystem" gives system axes, "InLocal" the D-H frame's axes.
+  // Accelerations are those that the velocities alone cause: no joint accelerates and the base
+  // moves at constant velocity. Out of range: a message, a zero motion and false.
+  bool dhFrameVelocityInSystem(KtManipulatorActiveState& state, KtGeneralMotion& velocity) const;
+  bool dhFrameVelocityInLocal(KtManipulatorActiveState& state, KtGeneralMotion& velocity) const;
+  bool primaryFrameVelocityInSystem(KtManipulatorActiveState& state, KtGeneralMotion& velocity) const;
+  bool dhFrameAccelerationInLocal(KtManipulatorActiveState& state, KtGeneralMotion& acceleration) const;
+  // The centre of mass belongs to the mass model, which is not interpreted yet, so these give
+  // the motion of the D-H frame's origin.
+  bool comVelocityInLocal(KtManipulatorActiveState& state, KtGeneralMotion& velocity) const;
+  bool comAccelerationInLocal(KtManipulatorActiveState& state, KtGeneralMotion& acceleration) const;
+  // Quantities of the mass model, which is not interpreted yet: every link counts as massless
+  // and free of outside loads, so these check the index and give zero vectors. The joint force
+  // (force and moment, local axes) exists for the joints only, not for the base.
+  bool dhFrameForceInLocal(KtManipulatorActiveState& state, Kt::Vector& force, Kt::Vector& moment) const;
+  bool spatialMomentumInLocal(KtManipulatorActiveState& state, Kt::Vector& linear, Kt::Vector& angular) const;
+  bool spatialMomentumRateInLocal(KtManipulatorActiveState& state, Kt::Vector& linear,
+                                  Kt::Vector& angular) const;
+  bool compositeSpatialMomentumInLocal(KtManipulatorActiveState& state, Kt::Vector& linear,
+                                       Kt::Vector& angular) const;
+  bool compositeSpatialMomentumRateInLocal(KtManipulatorActiveState& state, Kt::Vector& linear,
+                                           Kt::Vector& angular) const;
+
   // Makes the link refer to the link of its manipulator with that label, or to itself when
   // there is none.
   void setLinkReference(const std::string& label);
@@ -101,6 +127,12 @@ class KtManipulatorLink : public KtXmlCloneable<KtManipulatorLink, KtXmlCompound
   virtual const KtLinkPositionState& locate(KtManipulatorActivePositionState& positions) const;
   // Whether the state has a record for this link; prints the operation's message otherwise.
   bool hasRecord(KtManipulatorActiveState& state, const char* message) const;
+  // The motion record of this link, computed (with its ancestors') when not valid; the link
+  // must have a record (see hasRecord).
+  const KtLinkMotion& motion(KtManipulatorActiveState& state) const;
+  // Checks the index for a mass-model query and gives zero vectors.
+  bool massModelQuery(KtManipulatorActiveState& state, const char* operation, Kt::Vector& linear,
+                      Kt::Vector& angular) const;
 
   void ensureKinematics();
 

@@ -17,8 +17,10 @@ void KtSystemActiveState::registerComponents() {
 void KtSystemActiveState::update(const KtManipulatorSystem& system, const KtManipulatorSystemState& state) {
   m_manipulatorActiveStateVector.resize(system.size());
   for (std::size_t i = 0; i < system.size(); ++i) {
-    KtManipulatorActivePositionState& positions = m_manipulatorActiveStateVector[i].activePositionState();
-    positions.synchronize(system.manipulator(i));
-    if (i < state.positionStates().size()) positions.setPositionState(state.positionStates()[i]);
+    KtManipulatorActiveState& active = m_manipulatorActiveStateVector[i];
+    active.activePositionState().synchronize(system.manipulator(i));
+    if (i < state.positionStates().size())
+      active.activePositionState().setPositionState(state.positionStates()[i]);
+    if (i < state.velocityStates().size()) active.setVelocityState(state.velocityStates()[i]);
   }
 }

@@ -19,9 +19,9 @@ class KtSystemActiveState : public KtXmlCloneable<KtSystemActiveState, KtXmlComp
     return m_manipulatorActiveStateVector[index];
   }
 
-  // Takes the position states of the system state (one active state per manipulator of the
-  // system; a manipulator without a state keeps the zero state). Frames computed before stay
-  // valid only where their inputs did not change.
+  // Takes the position and velocity states of the system state (one active state per
+  // manipulator of the system; a manipulator without a state keeps the zero state). Frames
+  // computed before stay valid only where their inputs did not change.
   void update(const KtManipulatorSystem& system, const KtManipulatorSystemState& state);
 
  protected:

@@ -8,24 +8,6 @@ using namespace manipulator_test;
 
 namespace {
 
-// Every D-H type and both joint types, with random parameters and precursors.
-std::unique_ptr<KtIndividualManipulator> mixedArm(TestRandom& rng, std::size_t joints) {
-  std::vector<DhRow> rows;
-  for (std::size_t i = 0; i < joints; ++i) {
-    rows.push_back(DhRow{static_cast<KtDhType>(i % 5), static_cast<KtJointType>((i / 5) % 2),
-                         rng.uniform(-0.5, 0.5), rng.uniform(-kPi, kPi), rng.uniform(-0.5, 0.5),
-                         rng.uniform(-kPi, kPi)});
-  }
-  auto arm = makeSerialArm(rows);
-  for (std::size_t i = 0; i < joints; ++i) {
-    KtDenavitHartenberg& joint = *arm->linkForModification(i).denavitHartenberg();
-    if (joint.dhType() != KtDhType::paul && joint.dhType() != KtDhType::craig)
-      joint.setPrecursor(randomPose(rng));
-  }
-  arm->setCoordinateSystemTransform(randomPose(rng));
-  return arm;
-}
-
 void expectAgreesWithKdl(const KtIndividualManipulator& arm, TestRandom& rng) {
   KtManipulatorActiveState active;
   for (int i = 0; i < TestRandom::cases(); ++i) {

@@ -1,0 +1,178 @@
+// The link queries for velocities and accelerations, and those of the mass model.
+#include "foundation/Print.h"
+#include "manipulator/KtIndividualManipulator.h"
+#include "manipulator/KtManipulatorActiveState.h"
+
+namespace {
+
+bool outOfRange(KtGeneralMotion& motion) {
+  motion.setToZero();
+  return false;
+}
+
+// The motion given in system axes, expressed in the axes of `frame`.
+void expressIn(const Kt::coordinateSystemTransformation& frame, const Kt::Vector& linear,
+               const Kt::Vector& angular, KtGeneralMotion& local) {
+  const Kt::Orientation toLocal = frame.orientation().inverse();
+  local.setLinear(toLocal * linear);
+  local.setAngular(toLocal * angular);
+}
+
+}  // namespace
+
+// The base pose's origin moves with the linear base velocity and the whole base turns with
+// the angular one, so the base joint frame, held at r from that origin, moves with
+// v + w × r and accelerates (at constant base velocity) with w × (w × r).
+//
+// A link's joint frame moves with its parent's frame, carried to its own origin, plus the
+// joint's own motion: its rate times the joint's unit motion, turned into system axes. That
+// relative motion, seen from the turning parent, adds the Coriolis terms; the joint's own
+// velocity-product acceleration comes from its kinematics.
+const KtLinkMotion& KtManipulatorLink::motion(KtManipulatorActiveState& state) const {
+  KtLinkMotionRecords& records = state.linkMotions();
+  const bool isBase = m_linkIndex == kBaseLinkIndex;
+  KtLinkMotion& record = isBase ? records.base() : records.link(static_cast<std::size_t>(m_linkIndex));
+  if (record.valid) return record;
+  KtManipulatorActivePositionState& positions = state.activePositionState();
+  const Kt::coordinateSystemTransformation& frame = locate(positions).dhFrame();
+  if (isBase) {
+    const KtGeneralMotion& base = records.velocityState().generalVelocity();
+    const Kt::Vector& w = base.angular();
+    const Kt::Vector r =
+        frame.translation() - positions.positionState().coordinateSystemTransform().translation();
+    record.angularVelocity = w;
+    record.linearVelocity = base.linear() + w.cross(r);
+    record.angularAcceleration = Kt::Vector();
+    record.linearAcceleration = w.cross(w.cross(r));
+  } else {
+    const KtLinkMotion& parent = m_parent->motion(state);
+    const Kt::Vector r = frame.translation() - m_parent->locate(positions).dhFrame().translation();
+    const KtReal rate = records.jointVelocity(static_cast<std::size_t>(m_linkIndex));
+    KtGeneralMotion unit, relative;
+    kinematics().getUnitFrameMotion(unit);
+    kinematics().accelerationFromJointVelocity(rate, relative);
+    const Kt::Orientation& toSystem = frame.orientation();
+    const Kt::Vector spin = toSystem * unit.angular() * rate;
+    const Kt::Vector slide = toSystem * unit.linear() * rate;
+    const Kt::Vector& w = parent.angularVelocity;
+    record.angularVelocity = w + spin;
+    record.linearVelocity = parent.linearVelocity + w.cross(r) + slide;
+    record.angularAcceleration = parent.angularAcceleration + w.cross(spin) + toSystem * relative.angular();
+    record.linearAcceleration = parent.linearAcceleration + parent.angularAcceleration.cross(r) +
+                                w.cross(w.cross(r)) + 2.0 * w.cross(slide) + toSystem * relative.linear();
+  }
+  record.valid = true;
+  return record;
+}
+
+bool KtManipulatorLink::dhFrameVelocityInSystem(KtManipulatorActiveState& state,
+                                                KtGeneralMotion& velocity) const {
+  if (!hasRecord(state, "KtManipulatorLink::dhFrameVelocityInSystem(): index out of range.\n"))
+    return outOfRange(velocity);
+  const KtLinkMotion& own = motion(state);
+  velocity.setLinear(own.linearVelocity);
+  velocity.setAngular(own.angularVelocity);
+  return true;
+}
+
+bool KtManipulatorLink::dhFrameVelocityInLocal(KtManipulatorActiveState& state,
+                                               KtGeneralMotion& velocity) const {
+  if (!hasRecord(state, nullptr)) {
+    ktPrint(
+        KtSeverity::Error,
+        "KtManipulatorLink::dhFrameVelocityInLocal(): link index %d not in the range of the active state.\n"
+        "This can be caused by the system and state not having the same size.\n",
+        m_linkIndex);
+    return outOfRange(velocity);
+  }
+  const KtLinkMotion& own = motion(state);
+  expressIn(locate(state.activePositionState()).dhFrame(), own.linearVelocity, own.angularVelocity, velocity);
+  return true;
+}
+
+bool KtManipulatorLink::primaryFrameVelocityInSystem(KtManipulatorActiveState& state,
+                                                     KtGeneralMotion& velocity) const {
+  if (!hasRecord(state, nullptr)) {
+    ktPrint(KtSeverity::Error,
+            "KtManipulatorLink::primaryFrameVelocityInSystem(): index %d  out of range %d.\n", m_linkIndex,
+            static_cast<int>(state.activePositionState().linkCount()));
+    return outOfRange(velocity);
+  }
+  const KtLinkMotion& own = motion(state);
+  const KtLinkPositionState& frames = locate(state.activePositionState());
+  const Kt::Vector offset = frames.primaryFrame().translation() - frames.dhFrame().translation();
+  velocity.setLinear(own.linearVelocity + own.angularVelocity.cross(offset));
+  velocity.setAngular(own.angularVelocity);
+  return true;
+}
+
+bool KtManipulatorLink::dhFrameAccelerationInLocal(KtManipulatorActiveState& state,
+                                                   KtGeneralMotion& acceleration) const {
+  if (!hasRecord(state, "KtManipulatorLink::dhFrameAccelerationInLocal(): index out of range.\n"))
+    return outOfRange(acceleration);
+  const KtLinkMotion& own = motion(state);
+  expressIn(locate(state.activePositionState()).dhFrame(), own.linearAcceleration, own.angularAcceleration,
+            acceleration);
+  return true;
+}
+
+bool KtManipulatorLink::comVelocityInLocal(KtManipulatorActiveState& state, KtGeneralMotion& velocity) const {
+  if (!hasRecord(state, nullptr)) {
+    ktPrint(KtSeverity::Error,
+            "KtManipulatorLink::comVelocityInLocal(): link index %d not in the range of the active state.\n",
+            m_linkIndex);
+    return outOfRange(velocity);
+  }
+  return dhFrameVelocityInLocal(state, velocity);
+}
+
+bool KtManipulatorLink::comAccelerationInLocal(KtManipulatorActiveState& state,
+                                               KtGeneralMotion& acceleration) const {
+  if (!hasRecord(state, nullptr)) {
+    ktPrint(
+        KtSeverity::Error,
+        "KtManipulatorLink::comAccelerationInLocal(): link index %d not in the range of the active state.\n",
+        m_linkIndex);
+    return outOfRange(acceleration);
+  }
+  return dhFrameAccelerationInLocal(state, acceleration);
+}
+
+bool KtManipulatorLink::massModelQuery(KtManipulatorActiveState& state, const char* operation,
+                                       Kt::Vector& linear, Kt::Vector& angular) const {
+  linear = Kt::Vector();
+  angular = Kt::Vector();
+  if (hasRecord(state, nullptr)) return true;
+  ktPrint(KtSeverity::Error, "KtManipulatorLink::%s(): index (%d) out of range.\n", operation, m_linkIndex);
+  return false;
+}
+
+bool KtManipulatorLink::dhFrameForceInLocal(KtManipulatorActiveState& state, Kt::Vector& force,
+                                            Kt::Vector& moment) const {
+  force = Kt::Vector();
+  moment = Kt::Vector();
+  if (!hasRecord(state, "KtManipulatorLink::dhFrameForceInLocal(): acc. index out of range.\n")) return false;
+  if (m_linkIndex != kBaseLinkIndex) return true;
+  ktPrint(KtSeverity::Error, "KtManipulatorLink::dhFrameForceInLocal(): force index out of range.\n");
+  return false;
+}
+
+bool KtManipulatorLink::spatialMomentumInLocal(KtManipulatorActiveState& state, Kt::Vector& linear,
+                                               Kt::Vector& angular) const {
+  return massModelQuery(state, "spatialMomentumInLocal", linear, angular);
+}
+
+bool KtManipulatorLink::spatialMomentumRateInLocal(KtManipulatorActiveState& state, Kt::Vector& linear,
+                                                   Kt::Vector& angular) const {
+  return massModelQuery(state, "spatialMomentumRateInLocal", linear, angular);
+}
+
+bool KtManipulatorLink::compositeSpatialMomentumInLocal(KtManipulatorActiveState& state, Kt::Vector& linear,
+                                                        Kt::Vector& angular) const {
+  return massModelQuery(state, "compositeSpatialMomentumInLocal", linear, angular);
+}
+
+bool KtManipulatorLink::compositeSpatialMomentumRateInLocal(KtManipulatorActiveState& state,
+                                                            Kt::Vector& linear, Kt::Vector& angular) const {
+  return massModelQuery(state, "compositeSpatialMomentumRateInLocal", linear, angular);
+}

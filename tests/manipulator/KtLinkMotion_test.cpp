@@ -1,0 +1,252 @@
+#include <gtest/gtest.h>
+
+#include "manipulator/ManipulatorTestSupport.h"
+#include "support/AllocationCounter.h"
+#include "support/PrintCapture.h"
+
+using namespace manipulator_test;
+
+namespace {
+
+// A moving manipulator: joint positions and rates, and a base that translates and turns at
+// constant rates. Its pose at any time t is known in closed form, which gives the finite
+// differences their reference.
+struct Motion {
+  Kt::coordinateSystemTransformation basePose;
+  Kt::Vector baseLinear, baseAngular;
+  std::vector<double> q, rates;
+
+  static Motion random(TestRandom& rng, std::size_t joints) {
+    const auto vector = [&rng] {
+      return Kt::Vector(rng.uniform(-1, 1), rng.uniform(-1, 1), rng.uniform(-1, 1));
+    };
+    return {randomPose(rng), vector(), vector(), randomJoints(rng, joints), randomJoints(rng, joints, 2.0)};
+  }
+
+  KtVelocityState velocityState() const {
+    KtVelocityState state;
+    state.setJointVelocities(rates);
+    state.generalVelocity().setLinear(baseLinear);
+    state.generalVelocity().setAngular(baseAngular);
+    return state;
+  }
+
+  // The active state at time t, with the (constant) velocity state.
+  void place(KtManipulatorActiveState& active, double t) const {
+    Kt::Orientation turn;
+    turn.setFromAngleAxis(baseAngular.mag() * t, baseAngular.unitVector());
+    active.activePositionState().setBasePose(Kt::coordinateSystemTransformation(
+        basePose.translation() + baseLinear * t, turn * basePose.orientation()));
+    std::vector<double> joints = q;
+    for (std::size_t i = 0; i < joints.size(); ++i) joints[i] += rates[i] * t;
+    active.activePositionState().setJointPositions(joints);
+    active.setVelocityState(velocityState());
+  }
+};
+
+// The angular velocity that turns `before` into `after` over the time dt. The angle comes
+// from an arc tangent, which keeps its precision for the tiny turns of a finite difference.
+Kt::Vector angularRate(const Kt::Orientation& before, const Kt::Orientation& after, double dt) {
+  const Kt::Orientation turn = after * before.inverse();
+  const double sign = turn.w() < 0 ? -1.0 : 1.0;
+  const Kt::Vector half(sign * turn.x(), sign * turn.y(), sign * turn.z());
+  const double sine = half.mag();
+  return sine == 0.0 ? Kt::Vector() : half * (2.0 * std::atan2(sine, sign * turn.w()) / (sine * dt));
+}
+
+// Agreement within a tolerance relative to the expected vector's size (absolute below 1).
+void expectNear(const Kt::Vector& actual, const Kt::Vector& expected, double tolerance,
+                const std::string& what) {
+  EXPECT_LT((actual - expected).mag(), tolerance * std::max(1.0, expected.mag()))
+      << what << ": " << actual.x() << " " << actual.y() << " " << actual.z() << " expected " << expected.x()
+      << " " << expected.y() << " " << expected.z();
+}
+
+// An arm of every D-H and joint type whose links carry primary offsets.
+std::unique_ptr<KtIndividualManipulator> movingArm(TestRandom& rng) {
+  auto arm = mixedArm(rng, 10);
+  for (std::size_t i = 0; i < arm->jointDof(); i += 3)
+    arm->linkForModification(i).kinematics().setPrimaryFrame(randomPose(rng));
+  return arm;
+}
+
+constexpr double kStep = 1e-5;
+constexpr double kTolerance = 1e-7;
+
+}  // namespace
+
+// The velocities of every frame are the time derivatives of the frames that the forward
+// kinematics gives along the motion, taken by central differences.
+TEST(KtLinkMotionTest, VelocitiesAreDerivativesOfTheFrames) {
+  TestRandom rng(41);
+  const auto arm = movingArm(rng);
+  for (int c = 0; c < TestRandom::cases(); ++c) {
+    const Motion motion = Motion::random(rng, arm->jointDof());
+    KtManipulatorActiveState now, before, after;
+    motion.place(now, 0.0);
+    motion.place(before, -kStep);
+    motion.place(after, kStep);
+    for (int index = -1; index < static_cast<int>(arm->jointDof()); ++index) {
+      const KtManipulatorLink& link = index < 0 ? *arm : arm->link(static_cast<std::size_t>(index));
+      const std::string name = "link " + std::to_string(index);
+      const Kt::coordinateSystemTransformation &dh0 = link.dhFrameInSystem(before),
+                                               &dh1 = link.dhFrameInSystem(after);
+      const Kt::Vector dhLinear = (dh1.translation() - dh0.translation()) * (0.5 / kStep);
+      const Kt::Vector angular = angularRate(dh0.orientation(), dh1.orientation(), 2 * kStep);
+      KtGeneralMotion velocity;
+      ASSERT_TRUE(link.dhFrameVelocityInSystem(now, velocity));
+      expectNear(velocity.linear(), dhLinear, kTolerance, name + " linear");
+      expectNear(velocity.angular(), angular, kTolerance, name + " angular");
+
+      const Kt::Orientation toLocal = link.dhFrameInSystem(now).orientation().inverse();
+      ASSERT_TRUE(link.dhFrameVelocityInLocal(now, velocity));
+      expectNear(velocity.linear(), toLocal * dhLinear, kTolerance, name + " local linear");
+      expectNear(velocity.angular(), toLocal * angular, kTolerance, name + " local angular");
+
+      const Kt::Vector primaryLinear =
+          (link.primaryFrameInSystem(after).translation() - link.primaryFrameInSystem(before).translation()) *
+          (0.5 / kStep);
+      ASSERT_TRUE(link.primaryFrameVelocityInSystem(now, velocity));
+      expectNear(velocity.linear(), primaryLinear, kTolerance, name + " primary linear");
+      expectNear(velocity.angular(), angular, kTolerance, name + " primary angular");
+    }
+  }
+}
+
+// With joint rates and base velocity held, the accelerations are the time derivatives of the
+// velocities (in system axes), reported in the D-H frame's axes.
+TEST(KtLinkMotionTest, AccelerationsAreDerivativesOfTheVelocities) {
+  TestRandom rng(42);
+  const auto arm = movingArm(rng);
+  for (int c = 0; c < TestRandom::cases(); ++c) {
+    const Motion motion = Motion::random(rng, arm->jointDof());
+    KtManipulatorActiveState now, before, after;
+    motion.place(now, 0.0);
+    motion.place(before, -kStep);
+    motion.place(after, kStep);
+    for (int index = -1; index < static_cast<int>(arm->jointDof()); ++index) {
+      const KtManipulatorLink& link = index < 0 ? *arm : arm->link(static_cast<std::size_t>(index));
+      const std::string name = "link " + std::to_string(index);
+      KtGeneralMotion v0, v1, acceleration;
+      link.dhFrameVelocityInSystem(before, v0);
+      link.dhFrameVelocityInSystem(after, v1);
+      const Kt::Orientation toLocal = link.dhFrameInSystem(now).orientation().inverse();
+      ASSERT_TRUE(link.dhFrameAccelerationInLocal(now, acceleration));
+      expectNear(acceleration.linear(), toLocal * ((v1.linear() - v0.linear()) * (0.5 / kStep)), kTolerance,
+                 name + " linear");
+      expectNear(acceleration.angular(), toLocal * ((v1.angular() - v0.angular()) * (0.5 / kStep)),
+                 kTolerance, name + " angular");
+    }
+  }
+}
+
+// Cached motions never outlive what they were computed from: after each kind of change every
+// link's motion equals that of a state that computes it afresh.
+TEST(KtLinkMotionTest, NoMotionIsStaleAfterAnyChange) {
+  TestRandom rng(43);
+  auto arm = movingArm(rng);
+  Motion motion = Motion::random(rng, arm->jointDof());
+  KtManipulatorActiveState active;
+  const auto expectFresh = [&](const char* change) {
+    KtManipulatorActiveState fresh;
+    motion.place(fresh, 0.0);
+    for (std::size_t i = arm->jointDof(); i-- > 0;) {
+      KtGeneralMotion cached, expected;
+      arm->link(i).dhFrameAccelerationInLocal(active, cached);
+      arm->link(i).dhFrameAccelerationInLocal(fresh, expected);
+      ASSERT_EQ(cached.linear(), expected.linear()) << change << ", link " << i;
+      ASSERT_EQ(cached.angular(), expected.angular()) << change << ", link " << i;
+      arm->link(i).primaryFrameVelocityInSystem(active, cached);
+      arm->link(i).primaryFrameVelocityInSystem(fresh, expected);
+      ASSERT_EQ(cached.linear(), expected.linear()) << change << ", link " << i;
+      ASSERT_EQ(cached.angular(), expected.angular()) << change << ", link " << i;
+    }
+  };
+  motion.place(active, 0.0);
+  expectFresh("first query");
+  motion.q[4] += 0.25;
+  active.activePositionState().setJointPositions(motion.q);
+  expectFresh("a joint position");
+  motion.rates[2] -= 0.5;
+  active.setVelocityState(motion.velocityState());
+  expectFresh("a joint rate");
+  motion.baseAngular = Kt::Vector(0.3, -0.2, 0.1);
+  active.setVelocityState(motion.velocityState());
+  expectFresh("the base velocity");
+  motion.basePose = randomPose(rng);
+  active.activePositionState().setBasePose(motion.basePose);
+  expectFresh("the base pose");
+  arm->linkForModification(1).denavitHartenberg()->setA(0.75);
+  expectFresh("a model parameter");
+}
+
+TEST(KtLinkMotionTest, WarmQueriesDoNotAllocate) {
+  TestRandom rng(44);
+  const auto arm = makeSerialArm(craigArmRows());
+  const Motion first = Motion::random(rng, 7), second = Motion::random(rng, 7);
+  const KtVelocityState firstRates = first.velocityState(), secondRates = second.velocityState();
+  KtManipulatorActiveState active;
+  first.place(active, 0.0);
+  KtGeneralMotion motion;
+  arm->link(6).dhFrameAccelerationInLocal(active, motion);
+  NoAllocationGuard guard;
+  for (int i = 0; i < 10; ++i) {
+    active.activePositionState().setJointPositions(i % 2 == 0 ? second.q : first.q);
+    active.setVelocityState(i % 2 == 0 ? secondRates : firstRates);
+    for (std::size_t link = 0; link < 7; ++link) arm->link(link).dhFrameAccelerationInLocal(active, motion);
+  }
+}
+
+TEST(KtLinkMotionTest, OutOfRangeIndicesReportAndGiveZero) {
+  const auto arm = makeSerialArm(craigArmRows());
+  KtManipulatorActiveState active;
+  active.setVelocityState(
+      Motion{{}, {1, 2, 3}, {0.1, 0.2, 0.3}, {}, std::vector<double>(7, 1.0)}.velocityState());
+  active.activePositionState().setJointPositions(std::vector<double>(7, 0.3));
+  arm->link(6).dhFrameInSystem(active);
+  active.activePositionState().resizeLinkPositionStates(6);  // a state one link short
+  const KtManipulatorLink& link = arm->link(6);
+  PrintCapture capture;
+  KtGeneralMotion motion(Kt::Vector(1, 1, 1), Kt::Vector(1, 1, 1));
+  Kt::Vector linear(1, 1, 1), angular(1, 1, 1);
+  EXPECT_FALSE(link.primaryFrameVelocityInSystem(active, motion));
+  EXPECT_EQ(motion.linear(), Kt::Vector());
+  EXPECT_FALSE(link.dhFrameVelocityInSystem(active, motion));
+  EXPECT_FALSE(link.dhFrameVelocityInLocal(active, motion));
+  EXPECT_FALSE(link.comVelocityInLocal(active, motion));
+  EXPECT_FALSE(link.comAccelerationInLocal(active, motion));
+  EXPECT_FALSE(link.dhFrameAccelerationInLocal(active, motion));
+  EXPECT_FALSE(link.dhFrameForceInLocal(active, linear, angular));
+  EXPECT_FALSE(arm->dhFrameForceInLocal(active, linear, angular));  // the base has no joint force
+  EXPECT_FALSE(link.spatialMomentumInLocal(active, linear, angular));
+  EXPECT_FALSE(link.spatialMomentumRateInLocal(active, linear, angular));
+  EXPECT_FALSE(link.compositeSpatialMomentumInLocal(active, linear, angular));
+  EXPECT_FALSE(link.compositeSpatialMomentumRateInLocal(active, linear, angular));
+  EXPECT_EQ(linear, Kt::Vector());
+  EXPECT_EQ(
+      capture.text(),
+      "KtManipulatorLink::primaryFrameVelocityInSystem(): index 6  out of range 6.\n"
+      "KtManipulatorLink::dhFrameVelocityInSystem(): index out of range.\n"
+      "KtManipulatorLink::dhFrameVelocityInLocal(): link index 6 not in the range of the active state.\n"
+      "This can be caused by the system and state not having the same size.\n"
+      "KtManipulatorLink::comVelocityInLocal(): link index 6 not in the range of the active state.\n"
+      "KtManipulatorLink::comAccelerationInLocal(): link index 6 not in the range of the active state.\n"
+      "KtManipulatorLink::dhFrameAccelerationInLocal(): index out of range.\n"
+      "KtManipulatorLink::dhFrameForceInLocal(): acc. index out of range.\n"
+      "KtManipulatorLink::dhFrameForceInLocal(): force index out of range.\n"
+      "KtManipulatorLink::spatialMomentumInLocal(): index (6) out of range.\n"
+      "KtManipulatorLink::spatialMomentumRateInLocal(): index (6) out of range.\n"
+      "KtManipulatorLink::compositeSpatialMomentumInLocal(): index (6) out of range.\n"
+      "KtManipulatorLink::compositeSpatialMomentumRateInLocal(): index (6) out of range.\n");
+
+  // In range, the centre-of-mass motion is that of the D-H frame and the (massless) link
+  // carries no momentum.
+  capture.clear();
+  KtGeneralMotion com, dh;
+  EXPECT_TRUE(arm->link(5).comVelocityInLocal(active, com));
+  arm->link(5).dhFrameVelocityInLocal(active, dh);
+  EXPECT_EQ(com.linear(), dh.linear());
+  EXPECT_NE(com.linear(), Kt::Vector());
+  EXPECT_TRUE(arm->link(5).compositeSpatialMomentumInLocal(active, linear, angular));
+  EXPECT_EQ(capture.text(), "");
+}
