@@ -8,6 +8,7 @@
 
 #include "manipulator/KtIntegrationStatus.h"
 #include "manipulator/KtManipulatorLink.h"
+#include "manipulator/KtManipulatorReferenceDescription.h"
 #include "manipulator/KtPositionState.h"
 #include "manipulator/KtVelocityState.h"
 #include "xml/KtXmlMapType.h"
@@ -45,6 +46,11 @@ class KtIndividualManipulator : public KtXmlCloneable<KtIndividualManipulator, K
   void setFixedBase(bool fixed) { m_isFixedBase = fixed; }
   bool isControllable() const { return m_isControllable; }
   void setControllable(bool controllable) { m_isControllable = controllable; }
+  // The label of the manipulator of the system that this one refers to; empty for none.
+  const std::string& manipulatorReference() const { return m_manipulatorReferenceDescription.label(); }
+  void setManipulatorReference(const std::string& label) {
+    m_manipulatorReferenceDescription.setLabel(label);
+  }
 
   // Tree changes. A new link goes last among the children of the link with index
   // parentIndex (kBaseLinkIndex for the base); its index is returned (-1 for a bad parent).
@@ -83,7 +89,7 @@ class KtIndividualManipulator : public KtXmlCloneable<KtIndividualManipulator, K
   KtXmlBasicType<bool> m_isFixedBase = true;
   KtXmlBasicType<bool> m_optimizeOnLoad = false;
   KtXmlBasicType<bool> m_isControllable = true;
-  KtXmlKeptElement m_manipulatorReferenceDescription;
+  KtManipulatorReferenceDescription m_manipulatorReferenceDescription;
   KtXmlKeptElement m_generalBoundObjectVector;
   KtXmlKeptElement m_stateConstraintVector;
   KtXmlKeptElement m_surfaces;

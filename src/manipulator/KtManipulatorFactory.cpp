@@ -1,5 +1,6 @@
 // Enters the classes that documents create by element name (link kinematics, links and
 // manipulators, which stand in polymorphic vectors) into the default factory at start-up.
+#include "manipulator/KtDeformableManipulatorLink.h"
 #include "manipulator/KtDenavitHartenberg.h"
 #include "manipulator/KtIndividualManipulator.h"
 #include "xml/KtXmlFactory.h"
@@ -10,6 +11,7 @@ const bool registered = [] {
   KtXmlFactory& factory = KtXmlFactory::defaultFactory();
   factory.registerClass<KtDenavitHartenberg>();
   factory.registerClass<KtManipulatorLink>();
+  factory.registerClass<KtDeformableManipulatorLink>();
   factory.registerClass<KtIndividualManipulator>();
   return true;
 }();

@@ -115,6 +115,32 @@ class KtManipulatorLink : public KtXmlCloneable<KtManipulatorLink, KtXmlCompound
   bool estimateMassProperties();
   Kt::Vector totalLocalTorque(const KtIndividualManipulator* manipulator) const;
   bool checkIntersect(const KtManipulatorLink& other, const KtIndividualManipulator* manipulator) const;
+  // Proximity to another link, each placed by the active state of its manipulator: their
+  // distance and the point of each link nearest to the other, in system coordinates. These
+  // answer neutrally until shapes are interpreted: there is nothing to measure between, so
+  // they give false and leave the outputs as they were (distanceTo says so in a message).
+  bool distanceAndWitnessPointsTo(const KtManipulatorLink& other, const KtIndividualManipulator* manipulator,
+                                  const KtIndividualManipulator* otherManipulator,
+                                  KtManipulatorActiveState& state, KtManipulatorActiveState& otherState,
+                                  KtReal& distance, Kt::Vector& witness, Kt::Vector& otherWitness) const;
+  bool distanceTo(const KtManipulatorLink& other, const KtIndividualManipulator* manipulator,
+                  const KtIndividualManipulator* otherManipulator, KtManipulatorActiveState& state,
+                  KtManipulatorActiveState& otherState, KtReal& distance) const;
+  // What a proximity query between two links found; `valid` tells whether it found anything.
+  struct CollisionInformation {
+    bool valid = false;
+    KtReal distance = 0.0;
+    Kt::Vector witness;
+    Kt::Vector otherWitness;
+  };
+  // Runs the proximity query and stores its outcome in `information`, which a failed query
+  // leaves marked invalid.
+  bool computeAndStoreCollisionInformation(const KtManipulatorLink& other,
+                                           const KtIndividualManipulator* manipulator,
+                                           const KtIndividualManipulator* otherManipulator,
+                                           KtManipulatorActiveState& state,
+                                           KtManipulatorActiveState& otherState,
+                                           CollisionInformation& information) const;
 
  protected:
   friend class KtIndividualManipulator;
@@ -135,6 +161,8 @@ class KtManipulatorLink : public KtXmlCloneable<KtManipulatorLink, KtXmlCompound
                       Kt::Vector& angular) const;
 
   void ensureKinematics();
+  // Kinds of link that deform start out marked so.
+  void setDeformable(bool deformable) { m_isDeformable = deformable; }
 
   KtXmlBasicType<std::string> m_identifier;
   KtXmlVariableVectorType<KtLinkKinematics> m_kinematicsContainer;

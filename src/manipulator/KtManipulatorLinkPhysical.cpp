@@ -26,3 +26,44 @@ bool KtManipulatorLink::checkIntersect(const KtManipulatorLink&,
   }
   return false;
 }
+
+bool KtManipulatorLink::distanceAndWitnessPointsTo(const KtManipulatorLink&,
+                                                   const KtIndividualManipulator* manipulator,
+                                                   const KtIndividualManipulator* otherManipulator,
+                                                   KtManipulatorActiveState&, KtManipulatorActiveState&,
+                                                   KtReal&, Kt::Vector&, Kt::Vector&) const {
+  if (manipulator == nullptr || otherManipulator == nullptr) {
+    ktPrint(KtSeverity::Error, "KtManipulatorLink::distanceAndWitnessPointsTo-->NULL manipulator pointers\n");
+  }
+  return false;
+}
+
+bool KtManipulatorLink::distanceTo(const KtManipulatorLink& other, const KtIndividualManipulator* manipulator,
+                                   const KtIndividualManipulator* otherManipulator,
+                                   KtManipulatorActiveState& state, KtManipulatorActiveState& otherState,
+                                   KtReal& distance) const {
+  Kt::Vector witness, otherWitness;
+  if (distanceAndWitnessPointsTo(other, manipulator, otherManipulator, state, otherState, distance, witness,
+                                 otherWitness)) {
+    return true;
+  }
+  ktPrint(KtSeverity::Error, "KtManipulatorLink::distanceTo-->Error computing distance\n");
+  return false;
+}
+
+bool KtManipulatorLink::computeAndStoreCollisionInformation(const KtManipulatorLink& other,
+                                                            const KtIndividualManipulator* manipulator,
+                                                            const KtIndividualManipulator* otherManipulator,
+                                                            KtManipulatorActiveState& state,
+                                                            KtManipulatorActiveState& otherState,
+                                                            CollisionInformation& information) const {
+  information.valid = false;
+  if (manipulator == nullptr || otherManipulator == nullptr) {
+    ktPrint(KtSeverity::Error, "KtManipulatorLink::computeAndStoreCollisionInformation-->null pointer\n");
+    return false;
+  }
+  information.valid =
+      distanceAndWitnessPointsTo(other, manipulator, otherManipulator, state, otherState,
+                                 information.distance, information.witness, information.otherWitness);
+  return information.valid;
+}

@@ -66,5 +66,20 @@ bool KtManipulatorSystem::aboutToModifyManipulator(unsigned index) const {
     ktPrint(KtSeverity::Error, "KtManipulatorSystem::aboutToModifyManipulator(): bad index (%u).\n", index);
     return false;
   }
-  return true;
+  const KtIndividualManipulator& arm = manipulator(index);
+  const std::string& reference = arm.manipulatorReference();
+  if (reference.empty()) return true;
+  if (reference == arm.identifier()) {
+    ktPrint(KtSeverity::Error,
+            "KtManipulatorSystem::aboutToModifyManipulator(): self-reference error for manipulator %u.\n",
+            index);
+    return false;
+  }
+  for (std::size_t i = 0; i < size(); ++i) {
+    if (manipulator(i).identifier() == reference) return true;
+  }
+  ktPrint(KtSeverity::Error,
+          "KtManipulatorSystem::aboutToModifyManipulator(): could not find referenced manipulator %s\n.",
+          reference.c_str());
+  return false;
 }

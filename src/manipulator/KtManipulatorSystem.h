@@ -33,7 +33,8 @@ class KtManipulatorSystem : public KtXmlCloneable<KtManipulatorSystem, KtXmlComp
   // Checks that the state fits this system before a bounding sphere could be formed; the
   // sphere itself needs the link shapes, which are not interpreted yet, so this answers false.
   bool absoluteBoundingSphere(const KtManipulatorSystemState& state) const;
-  // Checks a manipulator index before the manipulator is changed.
+  // Checks a manipulator before it is changed: its index, and that the manipulator it refers
+  // to, if any, is another manipulator of this system.
   bool aboutToModifyManipulator(unsigned index) const;
 
  protected:

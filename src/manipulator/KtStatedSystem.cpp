@@ -1,6 +1,7 @@
 #include "manipulator/KtStatedSystem.h"
 
 #include "foundation/Print.h"
+#include "manipulator/KtSystemActiveState.h"
 #include "xml/KtXmlNamespaces.h"
 
 const KtToken& KtStatedSystem::elementToken() const {
@@ -104,4 +105,32 @@ bool KtStatedSystem::validateLowLevelDimensions() {
     valid &= hasLength(m_state.velocityStates()[i].jointVelocities(), dof, "velocities");
   }
   return valid;
+}
+
+int KtStatedSystem::manipulatorIndexOf(const KtManipulatorLink& link) const {
+  for (std::size_t i = 0; i < m_system.size(); ++i) {
+    if (link.manipulator() == &m_system.manipulator(i)) return static_cast<int>(i);
+  }
+  return -1;
+}
+
+bool KtStatedSystem::gjkDistanceQuery(const KtManipulatorLink* link, const KtManipulatorLink* otherLink,
+                                      KtReal& distance, Kt::Vector& witness, Kt::Vector& otherWitness) const {
+  if (link == nullptr || otherLink == nullptr) {
+    ktPrint(KtSeverity::Error, "KtStatedSystem::gjkDistanceQuery-->null pointer\n");
+    return false;
+  }
+  const int index = manipulatorIndexOf(*link), otherIndex = manipulatorIndexOf(*otherLink);
+  if (index < 0 || otherIndex < 0) {
+    ktPrint(KtSeverity::Error, "KtStatedSystem::gjkDistanceQuery(): link %s is not part of this system.\n",
+            (index < 0 ? link : otherLink)->identifier().c_str());
+    return false;
+  }
+  KtSystemActiveState active;
+  active.update(m_system, m_state);
+  const auto first = static_cast<std::size_t>(index), second = static_cast<std::size_t>(otherIndex);
+  return link->distanceAndWitnessPointsTo(*otherLink, &m_system.manipulator(first),
+                                          &m_system.manipulator(second), active.manipulatorActiveState(first),
+                                          active.manipulatorActiveState(second), distance, witness,
+                                          otherWitness);
 }

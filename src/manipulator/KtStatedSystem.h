@@ -32,6 +32,13 @@ class KtStatedSystem : public KtXmlCloneable<KtStatedSystem, KtXmlCompoundType> 
   bool validateTopLevelDimensions();
   bool validateLowLevelDimensions();
 
+  // Distance between two links of the system in the current state, with the point of each
+  // nearest to the other (system coordinates), answered by the links' proximity query. False
+  // for a null link or a link of no manipulator of this system, and while link shapes are
+  // not interpreted.
+  bool gjkDistanceQuery(const KtManipulatorLink* link, const KtManipulatorLink* otherLink, KtReal& distance,
+                        Kt::Vector& witness, Kt::Vector& otherWitness) const;
+
  protected:
   void registerComponents() override;
 
@@ -39,6 +46,8 @@ class KtStatedSystem : public KtXmlCloneable<KtStatedSystem, KtXmlCompoundType> 
   static bool indexValid(int index, std::size_t count, const char* kind, const char* operation);
   bool positionIndexValid(int index, const char* operation) const;
   bool velocityIndexValid(int index, const char* operation) const;
+  // Index of the manipulator that the link belongs to, -1 when it is none of this system's.
+  int manipulatorIndexOf(const KtManipulatorLink& link) const;
 
   KtManipulatorSystem m_system;
   KtManipulatorSystemState m_state;
