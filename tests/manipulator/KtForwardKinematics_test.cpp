@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "manipulator/KtAttachment.h"
 #include "manipulator/ManipulatorTestSupport.h"
 #include "support/AllocationCounter.h"
 #include "support/PrintCapture.h"
@@ -219,4 +220,28 @@ TEST(KtForwardKinematicsTest, QueryOrderDoesNotChangeAnyFrame) {
       ASSERT_EQ(arm->link(link).dhFrameInSystem(active), arm->link(link).dhFrameInSystem(fresh));
     }
   }
+}
+
+TEST(KtForwardKinematicsTest, AttachmentsSitOnTheirLinksPrimaryFrame) {
+  TestRandom rng(29);
+  auto arm = makeSerialArm(craigArmRows());
+  arm->linkForModification(3).kinematics().setPrimaryFrame(randomPose(rng));
+  KtManipulatorActiveState active;
+  active.activePositionState().setBasePose(randomPose(rng));
+  active.activePositionState().setJointPositions(randomJoints(rng, 7));
+  const KtPositionState& state = active.activePositionState().positionState();
+  const Kt::coordinateSystemTransformation offset = randomPose(rng);
+  Kt::coordinateSystemTransformation placement;
+  ASSERT_TRUE(KtAttachment("link4", offset).calculateFramePlacement(*arm, active, placement));
+  const KtManipulatorLink& link = arm->link(3);
+  EXPECT_LT(frameDistance(placement,
+                          referenceDhFrame(link, *arm, state) * link.kinematics().primaryFrame() * offset),
+            1e-12);
+  ASSERT_TRUE(KtAttachment("arm", offset).calculateFramePlacement(*arm, active, placement));
+  EXPECT_LT(frameDistance(placement, referenceDhFrame(*arm, *arm, state) * offset), 1e-12);
+
+  PrintCapture capture;
+  EXPECT_FALSE(KtAttachment("gripper", offset).calculateFramePlacement(*arm, active, placement));
+  EXPECT_EQ(capture.text(),
+            "KtAttachment::calculateFramePlacement():  bad label on link attachment: gripper.\n");
 }
