@@ -26,9 +26,7 @@ class KtLinkMotionRecords {
  public:
   const KtVelocityState& velocityState() const { return m_velocityState; }
   void setVelocityState(const KtVelocityState& state) {
-    m_velocityState.jointVelocities() = state.jointVelocities();
-    m_velocityState.generalVelocity().setLinear(state.generalVelocity().linear());
-    m_velocityState.generalVelocity().setAngular(state.generalVelocity().angular());
+    m_velocityState = state;
     invalidateAll();
   }
   // The rate of joint i (0 for a joint that the velocity state has no value for).
@@ -45,7 +43,6 @@ class KtLinkMotionRecords {
       m_frameChanges = frameChanges;
     }
   }
-  std::size_t linkCount() const { return m_links.size(); }
   KtLinkMotion& link(std::size_t index) { return m_links[index]; }
   KtLinkMotion& base() { return m_base; }
 

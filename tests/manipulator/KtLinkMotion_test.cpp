@@ -73,71 +73,72 @@ std::unique_ptr<KtIndividualManipulator> movingArm(TestRandom& rng) {
 constexpr double kStep = 1e-5;
 constexpr double kTolerance = 1e-7;
 
+// Calls check(link, name, now, before, after) for the base and every link of a moving arm, for
+// seeded random motions, with the active states at times 0, -kStep and kStep.
+template <typename Check>
+void forEachLinkAlongMotions(std::uint64_t salt, Check check) {
+  TestRandom rng(salt);
+  const auto arm = movingArm(rng);
+  for (int c = 0; c < TestRandom::cases(); ++c) {
+    const Motion motion = Motion::random(rng, arm->jointDof());
+    KtManipulatorActiveState now, before, after;
+    motion.place(now, 0.0);
+    motion.place(before, -kStep);
+    motion.place(after, kStep);
+    for (int index = -1; index < static_cast<int>(arm->jointDof()); ++index) {
+      const KtManipulatorLink& link = index < 0 ? *arm : arm->link(static_cast<std::size_t>(index));
+      check(link, "link " + std::to_string(index), now, before, after);
+    }
+  }
+}
+
 }  // namespace
 
 // The velocities of every frame are the time derivatives of the frames that the forward
 // kinematics gives along the motion, taken by central differences.
 TEST(KtLinkMotionTest, VelocitiesAreDerivativesOfTheFrames) {
-  TestRandom rng(41);
-  const auto arm = movingArm(rng);
-  for (int c = 0; c < TestRandom::cases(); ++c) {
-    const Motion motion = Motion::random(rng, arm->jointDof());
-    KtManipulatorActiveState now, before, after;
-    motion.place(now, 0.0);
-    motion.place(before, -kStep);
-    motion.place(after, kStep);
-    for (int index = -1; index < static_cast<int>(arm->jointDof()); ++index) {
-      const KtManipulatorLink& link = index < 0 ? *arm : arm->link(static_cast<std::size_t>(index));
-      const std::string name = "link " + std::to_string(index);
-      const Kt::coordinateSystemTransformation &dh0 = link.dhFrameInSystem(before),
-                                               &dh1 = link.dhFrameInSystem(after);
-      const Kt::Vector dhLinear = (dh1.translation() - dh0.translation()) * (0.5 / kStep);
-      const Kt::Vector angular = angularRate(dh0.orientation(), dh1.orientation(), 2 * kStep);
-      KtGeneralMotion velocity;
-      ASSERT_TRUE(link.dhFrameVelocityInSystem(now, velocity));
-      expectNear(velocity.linear(), dhLinear, kTolerance, name + " linear");
-      expectNear(velocity.angular(), angular, kTolerance, name + " angular");
+  forEachLinkAlongMotions(41, [](const KtManipulatorLink& link, const std::string& name,
+                                 KtManipulatorActiveState& now, KtManipulatorActiveState& before,
+                                 KtManipulatorActiveState& after) {
+    const Kt::coordinateSystemTransformation &dh0 = link.dhFrameInSystem(before),
+                                             &dh1 = link.dhFrameInSystem(after);
+    const Kt::Vector dhLinear = (dh1.translation() - dh0.translation()) * (0.5 / kStep);
+    const Kt::Vector angular = angularRate(dh0.orientation(), dh1.orientation(), 2 * kStep);
+    KtGeneralMotion velocity;
+    ASSERT_TRUE(link.dhFrameVelocityInSystem(now, velocity));
+    expectNear(velocity.linear(), dhLinear, kTolerance, name + " linear");
+    expectNear(velocity.angular(), angular, kTolerance, name + " angular");
 
-      const Kt::Orientation toLocal = link.dhFrameInSystem(now).orientation().inverse();
-      ASSERT_TRUE(link.dhFrameVelocityInLocal(now, velocity));
-      expectNear(velocity.linear(), toLocal * dhLinear, kTolerance, name + " local linear");
-      expectNear(velocity.angular(), toLocal * angular, kTolerance, name + " local angular");
+    const Kt::Orientation toLocal = link.dhFrameInSystem(now).orientation().inverse();
+    ASSERT_TRUE(link.dhFrameVelocityInLocal(now, velocity));
+    expectNear(velocity.linear(), toLocal * dhLinear, kTolerance, name + " local linear");
+    expectNear(velocity.angular(), toLocal * angular, kTolerance, name + " local angular");
 
-      const Kt::Vector primaryLinear =
-          (link.primaryFrameInSystem(after).translation() - link.primaryFrameInSystem(before).translation()) *
-          (0.5 / kStep);
-      ASSERT_TRUE(link.primaryFrameVelocityInSystem(now, velocity));
-      expectNear(velocity.linear(), primaryLinear, kTolerance, name + " primary linear");
-      expectNear(velocity.angular(), angular, kTolerance, name + " primary angular");
-    }
-  }
+    const Kt::Vector primaryLinear =
+        (link.primaryFrameInSystem(after).translation() - link.primaryFrameInSystem(before).translation()) *
+        (0.5 / kStep);
+    ASSERT_TRUE(link.primaryFrameVelocityInSystem(now, velocity));
+    expectNear(velocity.linear(), primaryLinear, kTolerance, name + " primary linear");
+    expectNear(velocity.angular(), angular, kTolerance, name + " primary angular");
+  });
 }
 
 // With joint rates and base velocity held, the accelerations are the time derivatives of the
 // velocities (in system axes), reported in the D-H frame's axes.
 TEST(KtLinkMotionTest, AccelerationsAreDerivativesOfTheVelocities) {
-  TestRandom rng(42);
-  const auto arm = movingArm(rng);
-  for (int c = 0; c < TestRandom::cases(); ++c) {
-    const Motion motion = Motion::random(rng, arm->jointDof());
-    KtManipulatorActiveState now, before, after;
-    motion.place(now, 0.0);
-    motion.place(before, -kStep);
-    motion.place(after, kStep);
-    for (int index = -1; index < static_cast<int>(arm->jointDof()); ++index) {
-      const KtManipulatorLink& link = index < 0 ? *arm : arm->link(static_cast<std::size_t>(index));
-      const std::string name = "link " + std::to_string(index);
-      KtGeneralMotion v0, v1, acceleration;
-      link.dhFrameVelocityInSystem(before, v0);
-      link.dhFrameVelocityInSystem(after, v1);
-      const Kt::Orientation toLocal = link.dhFrameInSystem(now).orientation().inverse();
-      ASSERT_TRUE(link.dhFrameAccelerationInLocal(now, acceleration));
-      expectNear(acceleration.linear(), toLocal * ((v1.linear() - v0.linear()) * (0.5 / kStep)), kTolerance,
-                 name + " linear");
-      expectNear(acceleration.angular(), toLocal * ((v1.angular() - v0.angular()) * (0.5 / kStep)),
-                 kTolerance, name + " angular");
-    }
-  }
+  forEachLinkAlongMotions(
+      42, [](const KtManipulatorLink& link, const std::string& name, KtManipulatorActiveState& now,
+             KtManipulatorActiveState& before, KtManipulatorActiveState& after) {
+        KtGeneralMotion v0, v1, acceleration;
+        link.dhFrameVelocityInSystem(before, v0);
+        link.dhFrameVelocityInSystem(after, v1);
+        const Kt::Orientation toLocal = link.dhFrameInSystem(now).orientation().inverse();
+        ASSERT_TRUE(link.dhFrameAccelerationInLocal(now, acceleration));
+        expectNear(acceleration.linear(), toLocal * ((v1.linear() - v0.linear()) * (0.5 / kStep)), kTolerance,
+                   name + " linear");
+        expectNear(acceleration.angular(), toLocal * ((v1.angular() - v0.angular()) * (0.5 / kStep)),
+                   kTolerance, name + " angular");
+      });
 }
 
 // Cached motions never outlive what they were computed from: after each kind of change every
