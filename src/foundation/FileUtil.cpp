@@ -1,6 +1,9 @@
 #include "foundation/FileUtil.h"
 
-#include <fstream>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <utility>
 
 namespace {
@@ -11,8 +14,10 @@ std::vector<std::string>& directoryList() {
 }
 
 bool isReadableFile(const std::string& path) {
-  std::ifstream probe(path, std::ios::binary);
-  return probe.is_open();
+  const int descriptor = KtFileUtil::openRegularFile(path);
+  if (descriptor < 0) return false;
+  ::close(descriptor);
+  return true;
 }
 
 std::string joinPath(const std::string& directory, const std::string& name) {
@@ -40,6 +45,17 @@ std::string KtFileUtil::findFile(const std::string& name, bool& found) {
     }
   }
   return {};
+}
+
+int KtFileUtil::openRegularFile(const std::string& path) {
+  const int descriptor = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+  if (descriptor < 0) return -1;
+  struct stat status {};
+  if (::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) {
+    ::close(descriptor);
+    return -1;
+  }
+  return descriptor;
 }
 
 void KtFileUtil::setDataDirectories(std::vector<std::string> directories) {

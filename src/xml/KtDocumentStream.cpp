@@ -1,5 +1,8 @@
 #include "xml/KtDocumentStream.h"
 
+#include <unistd.h>
+
+#include <ext/stdio_filebuf.h>
 #include <fstream>
 
 #include "foundation/FileUtil.h"
@@ -22,11 +25,33 @@ std::unique_ptr<Base> keepIfOpen(std::unique_ptr<Stream> stream) {
   return stream;
 }
 
+// A plain file read through a descriptor that is known to be a regular file, so that what
+// was checked is what gets read. The stream closes the descriptor.
+class RegularFileStream : public std::istream {
+ public:
+  explicit RegularFileStream(int descriptor) : std::istream(nullptr), buffer_(descriptor, std::ios_base::in) {
+    init(&buffer_);
+  }
+
+ private:
+  __gnu_cxx::stdio_filebuf<char> buffer_;
+};
+
+// zlib opens some paths it cannot read and reports nothing until the first read, so the
+// file is first opened plainly to learn whether it can be read at all (and is a regular
+// file), and zlib then reads that same descriptor.
 std::unique_ptr<std::istream> openCompressedFile(const std::string& path) {
-  // zlib opens some paths it cannot read and reports nothing until the first read, so the
-  // file is first opened plainly to learn whether it can be read at all.
-  if (!std::ifstream(path, std::ios_base::binary).is_open()) return nullptr;
-  return keepIfOpen<std::istream>(std::make_unique<KtIfGzStream>(path.c_str(), std::ios_base::in));
+  const int descriptor = KtFileUtil::openRegularFile(path);
+  if (descriptor < 0) return nullptr;
+  auto stream = keepIfOpen<std::istream>(std::make_unique<KtIfGzStream>(descriptor, std::ios_base::in));
+  if (!stream) ::close(descriptor);
+  return stream;
+}
+
+std::unique_ptr<std::istream> openPlainFile(const std::string& path) {
+  const int descriptor = KtFileUtil::openRegularFile(path);
+  if (descriptor < 0) return nullptr;
+  return std::make_unique<RegularFileStream>(descriptor);
 }
 
 }  // namespace
@@ -44,7 +69,7 @@ std::unique_ptr<std::istream> ktOpenDocumentForReading(const std::string& name, 
   resolvedPath = KtFileUtil::findFile(name, found);
   if (resolvedPath.empty()) return nullptr;
   if (ktIsCompressedDocumentName(name)) return openCompressedFile(resolvedPath);
-  return keepIfOpen<std::istream>(std::make_unique<std::ifstream>(resolvedPath, std::ios_base::in));
+  return openPlainFile(resolvedPath);
 }
 
 std::unique_ptr<std::ostream> ktOpenDocumentForWriting(const std::string& name) {

@@ -37,12 +37,6 @@ class MemoryDocuments {
   KtDocumentOpener m_previous;
 };
 
-std::string includeOf(const std::string& href) {
-  return "<sm:KtInclude xmlns:sm=\"s\" xmlns:xlink=\"http://www.w3.org/1999/xlink\" xlink:type=\"simple\" "
-         "xlink:href=\"" +
-         href + "\"/>";
-}
-
 TEST(KtInclude, resolvesHrefsAgainstTheIncludingDocument) {
   const std::array<const char*, 3> cases[] = {{"part.xml", "dir/main.xml", "dir/part.xml"},
                                               {"sub/part.xml", "a\\b\\main.xml", "a\\b\\sub/part.xml"},

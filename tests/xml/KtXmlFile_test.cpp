@@ -2,11 +2,15 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <string>
 
 #include "KtXmlTestObjects.h"
+#include "support/HangGuard.h"
 #include "support/PrintCapture.h"
 #include "support/Random.h"
 #include "xml/KtStreamTestFiles.h"
@@ -61,12 +65,28 @@ TEST_F(KtXmlFileTest, openContentAdmitsAnything) {
   EXPECT_EQ(xmllint("--schema " + m_directory.file("open.xsd") + " " + m_directory.file("open.xml")), 0);
 }
 
-TEST_F(KtXmlFileTest, missingFilesAreReported) {
-  PrintCapture capture;
-  KtTestLeaf leaf;
-  EXPECT_FALSE(ktReadObjectFromFile(leaf, m_directory.file("missing.xml")));
-  EXPECT_EQ(capture.text(),
-            "KtXmlReader Error: not able to open file: " + m_directory.file("missing.xml") + "\n");
+// Only regular files are read: a missing name, a directory, a FIFO without a writer and a
+// device, plain or compressed, named directly or included, each end in the same message,
+// never in a crash or a hang.
+TEST_F(KtXmlFileTest, onlyRegularFilesAreRead) {
+  const HangGuard guard(30);
+  std::filesystem::create_directory(m_directory.file("directory.xml"));
+  std::filesystem::create_directory(m_directory.file("directory.xml.gz"));
+  ASSERT_EQ(::mkfifo(m_directory.file("fifo.xml").c_str(), 0600), 0);
+  ASSERT_EQ(::mkfifo(m_directory.file("fifo.ktz").c_str(), 0600), 0);
+  for (const std::string& name : {m_directory.file("missing.xml"), m_directory.file("directory.xml"),
+                                  m_directory.file("directory.xml.gz"), m_directory.file("fifo.xml"),
+                                  m_directory.file("fifo.ktz"), std::string("/dev/null")}) {
+    const std::string message = "KtXmlReader Error: not able to open file: " + name + "\n";
+    PrintCapture capture;
+    KtTestLeaf leaf;
+    EXPECT_FALSE(ktReadObjectFromFile(leaf, name));
+    EXPECT_EQ(capture.text(), message);
+    capture.clear();
+    writeBytes(m_directory.file("main.xml"), "<a>" + includeOf(name) + "</a>");
+    EXPECT_FALSE(ktReadObjectFromFile(leaf, m_directory.file("main.xml")));
+    EXPECT_EQ(capture.text(), message);
+  }
 }
 
 // Another major version warns, and a newer one is refused: the version attribute of the root

@@ -113,3 +113,10 @@ inline bool ktTestRead(KtXmlObject& object, const std::string& text, const std::
   std::istringstream in(text);
   return ktReadObjectFromStream(object, in, name);
 }
+
+// An include element that stands for the document `href`.
+inline std::string includeOf(const std::string& href) {
+  return "<sm:KtInclude xmlns:sm=\"s\" xmlns:xlink=\"http://www.w3.org/1999/xlink\" xlink:type=\"simple\" "
+         "xlink:href=\"" +
+         href + "\"/>";
+}
