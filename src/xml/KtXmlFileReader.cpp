@@ -71,14 +71,25 @@ bool KtXmlFileReader::fill(std::size_t count) {
     m_pos = 0;
   }
   while (m_end < count && !m_endOfStream) {
-    const std::streamsize got =
-        m_source->sgetn(m_chars.data() + m_end, static_cast<std::streamsize>(m_chars.size() - m_end));
+    const std::streamsize got = readBlock();
     if (got <= 0)
       m_endOfStream = true;
     else
       m_end += static_cast<std::size_t>(got);
   }
   return m_end - m_pos >= count;
+}
+
+// Reads what the stream offers into the free part of the array. Stream buffers report a read
+// error (a directory opened as a file, a failing disk) by throwing, as the standard file buffer
+// does; that becomes a reader error here, and the stream counts as ended.
+std::streamsize KtXmlFileReader::readBlock() {
+  try {
+    return m_source->sgetn(m_chars.data() + m_end, static_cast<std::streamsize>(m_chars.size() - m_end));
+  } catch (...) {
+    reportError("file not readable.\n\tThe stream reported a read error.");
+    return 0;
+  }
 }
 
 void KtXmlFileReader::advance(std::size_t count) {
@@ -97,8 +108,15 @@ bool KtXmlFileReader::skipBlanks() {
   return skipped;
 }
 
+// An error found while reading ahead (a read error) fails the item in hand as well, even when
+// the scanner took the end of the stream for the end of the document.
 KtXmlItem KtXmlFileReader::next() {
   if (m_failed) return KtXmlItem::Error;
+  const KtXmlItem item = scanNext();
+  return m_failed ? KtXmlItem::Error : item;
+}
+
+KtXmlItem KtXmlFileReader::scanNext() {
   for (;;) {
     if (!scanText()) return KtXmlItem::Error;
     if (!ktXmlTrim(m_text).empty()) {

@@ -72,7 +72,9 @@ class KtXmlFileReader {
  private:
   enum class Previous { Nothing, StartTag, EmptyElement, EndTag, Content };
 
+  KtXmlItem scanNext();
   bool fill(std::size_t count);
+  std::streamsize readBlock();
   int peekChar(std::size_t offset = 0) {
     return fill(offset + 1) ? static_cast<unsigned char>(m_chars[m_pos + offset]) : -1;
   }

@@ -2,12 +2,16 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <sstream>
+#include <streambuf>
 #include <string>
+#include <utility>
 
 #include "KtXmlTestObjects.h"
 #include "support/PrintCapture.h"
 #include "support/Random.h"
+#include "xml/KtStreamTestFiles.h"
 
 namespace {
 
@@ -142,6 +146,46 @@ TEST(KtXmlReader, survivesDamagedDocuments) {
     KtTestEverything target;
     EXPECT_TRUE(ktTestRead(target, damaged) || !capture.messages().empty()) << damaged;
   }
+}
+
+// Serves its text in one block and then fails, as a disk might in the middle of a document.
+class FailingAfterText : public std::streambuf {
+ public:
+  explicit FailingAfterText(std::string text) : m_text(std::move(text)) {}
+
+ protected:
+  std::streamsize xsgetn(char* into, std::streamsize) override {
+    if (m_served) throw std::ios_base::failure("read error");
+    m_served = true;
+    m_text.copy(into, m_text.size());
+    return static_cast<std::streamsize>(m_text.size());
+  }
+
+ private:
+  std::string m_text;
+  bool m_served = false;
+};
+
+// A stream that fails to read (a directory opened as a file, or an error mid-document) ends the
+// load with a message at the line reached, also when what came before was a whole document.
+TEST(KtXmlReader, reportsReadErrorsOfTheStream) {
+  const std::string readError = "file not readable.\n\tThe stream reported a read error.";
+  const std::pair<std::string, int> cases[] = {{"<a>\n<value>1</value>\n", 3}, {"<a/>\n", 2}};
+  for (const auto& [text, line] : cases) {
+    FailingAfterText failing(text);
+    std::istream stream(&failing);
+    PrintCapture capture;
+    KtTestLeaf leaf;
+    EXPECT_FALSE(ktReadObjectFromStream(leaf, stream, "bad.xml")) << text;
+    EXPECT_EQ(capture.text(), wrapped(readError, line)) << text;
+  }
+  const TempDirectory directory;
+  std::ifstream opened(directory.path());
+  ASSERT_TRUE(opened.is_open());
+  PrintCapture capture;
+  KtTestLeaf leaf;
+  EXPECT_FALSE(ktReadObjectFromStream(leaf, opened, "bad.xml"));
+  EXPECT_EQ(capture.text(), wrapped(readError, 1));
 }
 
 // The children of an element come back as a document fragment of their own (namespaces declared
