@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <string>
 #include <utility>
 
 #include "foundation/Print.h"
@@ -33,8 +34,13 @@ std::string_view localPartOf(std::string_view qualifiedName) {
 
 }  // namespace
 
-KtXmlFileReader::KtXmlFileReader(std::istream& stream, std::string fileName, std::size_t baseDepth)
-    : m_source(stream.rdbuf()), m_chars(kBlockSize), m_fileName(std::move(fileName)), m_baseDepth(baseDepth) {
+KtXmlFileReader::KtXmlFileReader(std::istream& stream, std::string fileName, KtXmlByteCount& bytes,
+                                 std::size_t baseDepth)
+    : m_source(stream.rdbuf()),
+      m_chars(kBlockSize),
+      m_bytes(bytes),
+      m_fileName(std::move(fileName)),
+      m_baseDepth(baseDepth) {
   // A byte-order mark in front of the document is not part of it.
   if (peekChar() == 0xEF && peekChar(1) == 0xBB && peekChar(2) == 0xBF) m_pos += 3;
 }
@@ -82,14 +88,22 @@ bool KtXmlFileReader::fill(std::size_t count) {
 
 // Reads what the stream offers into the free part of the array. Stream buffers report a read
 // error (a directory opened as a file, a failing disk) by throwing, as the standard file buffer
-// does; that becomes a reader error here, and the stream counts as ended.
+// does; that becomes a reader error here, and the stream counts as ended. So does passing the
+// byte limit of the load.
 std::streamsize KtXmlFileReader::readBlock() {
+  std::streamsize got = 0;
   try {
-    return m_source->sgetn(m_chars.data() + m_end, static_cast<std::streamsize>(m_chars.size() - m_end));
+    got = m_source->sgetn(m_chars.data() + m_end, static_cast<std::streamsize>(m_chars.size() - m_end));
   } catch (...) {
     reportError("file not readable.\n\tThe stream reported a read error.");
     return 0;
   }
+  if (got > 0 && (m_bytes.used += static_cast<std::size_t>(got)) > m_bytes.limit) {
+    reportError("file too large.\n\tThe document and its includes exceed " + std::to_string(m_bytes.limit) +
+                " bytes.");
+    return 0;
+  }
+  return got;
 }
 
 void KtXmlFileReader::advance(std::size_t count) {

@@ -21,6 +21,12 @@ struct KtXmlAttribute {
   bool consumed = false;
 };
 
+// The bytes read by the documents of one load together, against their limit.
+struct KtXmlByteCount {
+  std::size_t limit;
+  std::size_t used = 0;
+};
+
 // Splits one XML document into tags and content and checks that it is well formed.
 //
 // The document is pulled through the stream's buffer in large blocks and then walked
@@ -37,9 +43,12 @@ struct KtXmlAttribute {
 // what it was waiting for.
 class KtXmlFileReader {
  public:
-  // baseDepth counts the elements already open around this document (when it is included
-  // into another), so that the nesting limit holds across documents.
-  KtXmlFileReader(std::istream& stream, std::string fileName, std::size_t baseDepth = 0);
+  // Every byte read is counted in `bytes`, which the documents of one load share; reading
+  // fails once their limit is passed. baseDepth counts the elements already open around this
+  // document (when it is included into another), so that the nesting limit holds across
+  // documents.
+  KtXmlFileReader(std::istream& stream, std::string fileName, KtXmlByteCount& bytes,
+                  std::size_t baseDepth = 0);
 
   KtXmlItem next();
 
@@ -108,6 +117,7 @@ class KtXmlFileReader {
   std::size_t m_pos = 0;
   std::size_t m_end = 0;
   bool m_endOfStream = false;
+  KtXmlByteCount& m_bytes;
 
   std::string m_fileName;
   int m_line = 1;

@@ -11,9 +11,9 @@
 // included one (whose stream the reader owns).
 struct KtXmlReader::Source {
   Source(std::unique_ptr<std::istream> ownedStream, std::istream& stream, const std::string& path,
-         std::size_t baseDepth)
+         KtXmlByteCount& bytes, std::size_t baseDepth)
       : owned(std::move(ownedStream)),
-        tokenizer(stream, path, baseDepth),
+        tokenizer(stream, path, bytes, baseDepth),
         identity(std::filesystem::path(path).lexically_normal().string()) {}
 
   std::unique_ptr<std::istream> owned;
@@ -21,8 +21,9 @@ struct KtXmlReader::Source {
   std::string identity;  // the path in a normal form, to recognise include cycles
 };
 
-KtXmlReader::KtXmlReader(std::istream& stream, std::string fileName) {
-  m_sources.push_back(std::make_unique<Source>(nullptr, stream, fileName, 0));
+KtXmlReader::KtXmlReader(std::istream& stream, std::string fileName, KtXmlLoadBudget budget)
+    : m_budget(budget), m_bytes{budget.maxBytes} {
+  m_sources.push_back(std::make_unique<Source>(nullptr, stream, fileName, m_bytes, 0));
 }
 
 KtXmlReader::~KtXmlReader() = default;
@@ -93,13 +94,19 @@ bool KtXmlReader::openInclude(bool empty) {
             ktXmlMaxIncludeDepth, including.fileName().c_str(), including.line());
     return false;
   }
+  if (++m_includedDocuments > m_budget.maxIncludedDocuments) {
+    ktPrint(KtSeverity::Error,
+            "KtXmlReader Error: more than %zu documents included in one load.\n\tFile: %s\n\tLine: %d\n",
+            m_budget.maxIncludedDocuments, including.fileName().c_str(), including.line());
+    return false;
+  }
   std::string resolved;
   std::unique_ptr<std::istream> stream = KtInclude::open(name, resolved);
   if (!stream) {
     ktPrint(KtSeverity::Error, "KtXmlReader Error: not able to open file: %s\n", name.c_str());
     return false;
   }
-  auto source = std::make_unique<Source>(nullptr, *stream, resolved, including.depth());
+  auto source = std::make_unique<Source>(nullptr, *stream, resolved, m_bytes, including.depth());
   for (const auto& open : m_sources) {
     if (open->identity == source->identity) {
       ktPrint(KtSeverity::Error, "KtXmlReader Error: include cycle through %s.\n\tFile: %s\n\tLine: %d\n",

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "xml/KtXmlFileReader.h"
+#include "xml/KtXmlLimits.h"
 
 // The pull interface through which objects read themselves from a document.
 //
@@ -25,10 +26,11 @@
 // "Some attribute were not used." when the element ends. Neither fails the read.
 //
 // KtInclude elements are replaced by the root element of the document they name, so the
-// objects never see them. Include cycles and runaway include depth are errors.
+// objects never see them. Include cycles and runaway include depth are errors, and so is a
+// load that includes more documents or reads more bytes in all than its budget allows.
 class KtXmlReader {
  public:
-  KtXmlReader(std::istream& stream, std::string fileName);
+  KtXmlReader(std::istream& stream, std::string fileName, KtXmlLoadBudget budget = {});
   ~KtXmlReader();
   KtXmlReader(const KtXmlReader&) = delete;
   KtXmlReader& operator=(const KtXmlReader&) = delete;
@@ -97,6 +99,9 @@ class KtXmlReader {
   bool hasUnusedAttributes() const;
   void reportUnusedAttributes(KtSeverity severity, std::string_view text);
 
+  KtXmlLoadBudget m_budget;
+  KtXmlByteCount m_bytes;
+  std::size_t m_includedDocuments = 0;
   std::vector<std::unique_ptr<Source>> m_sources;  // the document and the documents it includes
   KtXmlItem m_pending = KtXmlItem::EndOfDocument;
   bool m_hasPending = false;

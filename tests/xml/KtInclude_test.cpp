@@ -10,7 +10,11 @@
 #include <vector>
 
 #include "KtXmlTestObjects.h"
+#include "support/HangGuard.h"
 #include "support/PrintCapture.h"
+#include "xml/KtStreamTestFiles.h"
+#include "xml/KtXmlFile.h"
+#include "xml/KtXmlReader.h"
 
 namespace {
 
@@ -104,6 +108,55 @@ TEST(KtInclude, rejectsBadIncludes) {
     EXPECT_FALSE(ktTestRead(leaf, "<a>" + document + "</a>", "main.xml")) << document;
     EXPECT_EQ(capture.text(), messages) << document;
   }
+}
+
+// A load may include as many documents, and read as many bytes, as its budget allows, and not
+// one more.
+TEST(KtInclude, loadsStayWithinTheirBudget) {
+  MemoryDocuments documents;
+  const std::string leaf = "<element><value>7</value></element>";
+  documents.add("leaf.xml", leaf);
+  const std::string main =
+      "<a>\n" + includeOf("leaf.xml") + "\n" + includeOf("leaf.xml") + "\n" + includeOf("leaf.xml") + "</a>";
+  const std::size_t total = main.size() + 3 * leaf.size();
+  const struct {
+    KtXmlLoadBudget budget;
+    std::string messages;
+  } cases[] = {
+      {{3, total}, ""},
+      {{2, total},
+       "KtXmlReader Error: more than 2 documents included in one load.\n\tFile: main.xml\n\tLine: 4\n"},
+      {{3, total - 1},
+       "KtXmlFileReader Error: file too large.\n\tThe document and its includes exceed " +
+           std::to_string(total - 1) + " bytes.\n\tFile: leaf.xml\n\tLine: 1\n"},
+  };
+  for (const auto& [budget, messages] : cases) {
+    std::istringstream in(main);
+    KtXmlReader reader(in, "main.xml", budget);
+    PrintCapture capture;
+    KtTestLeaf object;
+    EXPECT_EQ(ktReadRootObject(object, reader), messages.empty()) << messages;
+    EXPECT_EQ(capture.text(), messages);
+  }
+}
+
+// Includes fanning out from real files (nine levels, each including the next eight times, 8^8
+// leaves) stop quickly at the default include budget instead of loading for ever.
+TEST(KtInclude, fanningOutStopsAtTheDefaultBudget) {
+  const HangGuard guard(60);
+  const TempDirectory directory;
+  const auto level = [&directory](int n) { return directory.file("level" + std::to_string(n) + ".xml"); };
+  for (int n = 0; n < 9; ++n) {
+    std::string text = "<x>";
+    for (int i = 0; i < 8 && n < 8; ++i) text += "\n" + includeOf("level" + std::to_string(n + 1) + ".xml");
+    writeBytes(level(n), text + "</x>");
+  }
+  PrintCapture capture;
+  KtTestLeaf leaf;
+  EXPECT_FALSE(ktReadObjectFromFile(leaf, level(0)));
+  // The 4097th include is the sixth of a level-7 file, preorder.
+  EXPECT_EQ(capture.text(), "KtXmlReader Error: more than 4096 documents included in one load.\n\tFile: " +
+                                level(7) + "\n\tLine: 7\n");
 }
 
 }  // namespace
