@@ -5,7 +5,7 @@ BUILD      ?= build
 ASAN_BUILD ?= build-asan
 BENCH_BUILD ?= build-bench
 FUZZ_BUILD ?= build-fuzz
-FUZZ_SECONDS ?= 60
+FUZZ_SECONDS ?= 45
 JOBS       ?= $(shell nproc)
 # The benchmarks are compiled with every build (so that they never fall behind the code)
 # but only run by `make bench`.
@@ -45,7 +45,7 @@ fuzz:
 	  -DKT_FUZZ=ON -DKT_BUILD_TESTS=OFF
 	cmake --build $(FUZZ_BUILD) -j $(JOBS) --target kt-xml-fuzzer
 	mkdir -p $(FUZZ_BUILD)/corpus
-	$(FUZZ_BUILD)/tests/fuzz/kt-xml-fuzzer -max_total_time=$(FUZZ_SECONDS) -max_len=65536 -timeout=10 \
+	$(FUZZ_BUILD)/tests/fuzz/kt-xml-fuzzer -max_total_time=$(FUZZ_SECONDS) -max_len=262144 -timeout=10 \
 	  -rss_limit_mb=2048 -print_final_stats=1 $(FUZZ_BUILD)/corpus tests/fuzz/corpus
 
 bench: deps
