@@ -43,8 +43,10 @@ void Orientation::normalizeOutsideBand(KtReal squaredNorm) {
       return;
     }
     if (std::isfinite(largest)) {
-      const KtReal scale = 1.0 / largest;
-      store(w() * scale, x() * scale, y() * scale, z() * scale);
+      // Dividing (rather than multiplying by the reciprocal, which overflows for a subnormal
+      // largest) makes the largest magnitude exactly one, so the squares can neither
+      // overflow nor all underflow.
+      store(w() / largest, x() / largest, y() / largest, z() / largest);
       squaredNorm = magSquared();
       if (withinBand(squaredNorm)) return;
     }
