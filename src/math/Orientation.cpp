@@ -122,10 +122,9 @@ void Orientation::setFromRodriguesVector(const Vector& gibbs) {
 }
 
 void Orientation::getRodriguesVector(Vector& gibbs) const {
-  // q and -q give the same Gibbs vector, so the guard works on |w| and the sign is put back:
-  // only a half turn (w = 0) is raised to the smallest positive divisor.
-  const KtReal sign = w() < 0.0 ? -1.0 : 1.0;
-  gibbs = Vector(x(), y(), z()) * sign / ktGuardPositive(std::fabs(w()));
+  // The divisor is guarded as it stands: a w that is not positive (a half turn, or the
+  // negated form of a rotation) is raised to the smallest positive value.
+  gibbs = Vector(x(), y(), z()) / ktGuardPositive(w());
 }
 
 void Orientation::setFromDcmRows(const Vector& row0, const Vector& row1, const Vector& row2) {
