@@ -19,7 +19,7 @@ namespace {
 
 // A matrix without columns holds no data, so its row count is not backed by the file's size;
 // beyond this many rows such a header is taken for damage rather than allocated.
-constexpr std::uint64_t maxRowsWithoutColumns = std::uint64_t{1} << 20;
+constexpr std::uint64_t maxRowsWithoutColumns = std::uint64_t{1} << 16;
 
 struct FileCloser {
   void operator()(std::FILE* file) const { std::fclose(file); }
