@@ -177,6 +177,34 @@ TEST(KtStatedSystemTest, IntegrationKeepsThePreviousValueOfAnythingThatWouldBeco
   }
 }
 
+// Limits are an interval, unbounded where an infinity of the right sign stands; anything
+// else (inverted, NaN, the wrong infinity) is refused and the old limits stay.
+TEST(KtStatedSystemTest, SetJointLimitAcceptsOnlyAnInterval) {
+  const double nan = std::numeric_limits<double>::quiet_NaN(), inf = std::numeric_limits<double>::infinity();
+  KtStatedSystem stated = twoArmSystem();
+  const KtManipulatorLink& link = stated.system().manipulator(1).link(2);
+  const struct {
+    double lower, upper;
+    bool accepted;
+  } cases[] = {{-1, 1, true},       {0.5, 0.5, true},   {-inf, inf, true}, {-inf, 2, true},
+               {1, -1, false},      {nan, 1, false},    {0, nan, false},   {inf, inf, false},
+               {-inf, -inf, false}, {inf, -inf, false}, {3, inf, true}};
+  PrintCapture capture;
+  for (const auto& c : cases) {
+    const double lower = link.lowerLimitConstraint(), upper = link.upperLimitConstraint();
+    EXPECT_EQ(stated.system().setJointLimit(1, 2, c.lower, c.upper), c.accepted) << c.lower << " " << c.upper;
+    EXPECT_EQ(link.lowerLimitConstraint(), c.accepted ? c.lower : lower);
+    EXPECT_EQ(link.upperLimitConstraint(), c.accepted ? c.upper : upper);
+  }
+  std::string expected;
+  for (const char* limits :
+       {"1 and upper limit -1", "nan and upper limit 1", "0 and upper limit nan", "inf and upper limit inf",
+        "-inf and upper limit -inf", "inf and upper limit -inf"})
+    expected += "KtManipulatorLink::setJointLimits(): lower limit " + std::string(limits) +
+                " do not form an interval.\n";
+  EXPECT_EQ(capture.text(), expected);
+}
+
 TEST(KtStatedSystemTest, IntegrationMovesTheBaseByItsVelocity) {
   KtIndividualManipulator object;
   KtPositionState positions;
