@@ -6,6 +6,8 @@ ASAN_BUILD ?= build-asan
 BENCH_BUILD ?= build-bench
 FUZZ_BUILD ?= build-fuzz
 FUZZ_SECONDS ?= 45
+# The binary matrix reader is small: a short run after the XML one reaches its coverage.
+MATRIX_FUZZ_SECONDS ?= 15
 JOBS       ?= $(shell nproc)
 # The benchmarks are compiled with every build (so that they never fall behind the code)
 # but only run by `make bench`.
@@ -47,6 +49,10 @@ fuzz:
 	mkdir -p $(FUZZ_BUILD)/corpus
 	$(FUZZ_BUILD)/tests/fuzz/kt-xml-fuzzer -max_total_time=$(FUZZ_SECONDS) -max_len=262144 -timeout=10 \
 	  -rss_limit_mb=2048 -print_final_stats=1 $(FUZZ_BUILD)/corpus tests/fuzz/corpus
+	cmake --build $(FUZZ_BUILD) -j $(JOBS) --target kt-matrix-fuzzer
+	mkdir -p $(FUZZ_BUILD)/matrix-corpus
+	$(FUZZ_BUILD)/tests/fuzz/kt-matrix-fuzzer -max_total_time=$(MATRIX_FUZZ_SECONDS) -max_len=4096 -timeout=10 \
+	  -rss_limit_mb=2048 -print_final_stats=1 $(FUZZ_BUILD)/matrix-corpus tests/fuzz/matrix-corpus
 
 bench: deps
 	cmake -S . -B $(BENCH_BUILD) -DCMAKE_BUILD_TYPE=Release -DKT_BUILD_TESTS=OFF -DKT_BUILD_BENCH=ON

@@ -1,6 +1,7 @@
 #include "manipulator/KtIndividualManipulator.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include "foundation/Print.h"
 #include "manipulator/KtManipulatorActiveState.h"
@@ -167,6 +168,18 @@ bool KtIndividualManipulator::canCollide(int first, int second) const {
   return !excludes(a, b) && !excludes(b, a);
 }
 
+namespace {
+
+bool isFinite(const Kt::Vector& v) {
+  return std::isfinite(v.x()) && std::isfinite(v.y()) && std::isfinite(v.z());
+}
+
+bool isFinite(const Kt::Orientation& q) {
+  return std::isfinite(q[0]) && std::isfinite(q[1]) && std::isfinite(q[2]) && std::isfinite(q[3]);
+}
+
+}  // namespace
+
 void KtIndividualManipulator::integrateState(const KtVelocityState& velocities, KtReal dt,
                                              KtPositionState& positions, KtIntegrationStatus& status) const {
   const std::vector<KtReal>& rates = velocities.jointVelocities();
@@ -174,6 +187,11 @@ void KtIndividualManipulator::integrateState(const KtVelocityState& velocities, 
   const std::size_t n = std::min({m_links.size(), rates.size(), joints.size()});
   for (std::size_t i = 0; i < n; ++i) {
     KtReal q = joints[i] + rates[i] * dt;
+    // A NaN would pass both limit comparisons and stay for good: keep the joint where it was.
+    if (!std::isfinite(q)) {
+      status.nonFiniteRejected = true;
+      continue;
+    }
     const KtManipulatorLink& joint = *m_links[i];
     if (joint.upperLimitConstraint() <= q) {
       status.limitReached = true;
@@ -187,10 +205,18 @@ void KtIndividualManipulator::integrateState(const KtVelocityState& velocities, 
   }
   const KtGeneralMotion& base = velocities.generalVelocity();
   const Kt::coordinateSystemTransformation& pose = positions.coordinateSystemTransform();
+  Kt::Vector translation = pose.translation() + base.linear() * dt;
   Kt::Orientation orientation = pose.orientation();
   orientation.integrateReferenceFrameAngularVelocity(base.angular(), dt);
-  positions.setCoordinateSystemTransform(
-      Kt::coordinateSystemTransformation(pose.translation() + base.linear() * dt, orientation));
+  if (!isFinite(translation)) {
+    status.nonFiniteRejected = true;
+    translation = pose.translation();
+  }
+  if (!isFinite(orientation)) {
+    status.nonFiniteRejected = true;
+    orientation = pose.orientation();
+  }
+  positions.setCoordinateSystemTransform(Kt::coordinateSystemTransformation(translation, orientation));
 }
 
 const KtLinkPositionState& KtIndividualManipulator::locate(

@@ -1,5 +1,6 @@
 #include "manipulator/KtManipulatorLink.h"
 
+#include <cstdio>
 #include <limits>
 
 #include "foundation/Print.h"
@@ -89,11 +90,41 @@ void KtManipulatorLink::ensureKinematics() {
   if (m_kinematicsContainer.empty()) m_kinematicsContainer.push_back(std::make_unique<KtDenavitHartenberg>());
 }
 
+namespace {
+
+// An interval, possibly unbounded on either side; NaN fails the first comparison.
+bool jointLimitsValid(KtReal lower, KtReal upper) {
+  return lower <= upper && lower < std::numeric_limits<KtReal>::infinity() &&
+         upper > -std::numeric_limits<KtReal>::infinity();
+}
+
+}  // namespace
+
 bool KtManipulatorLink::read(KtXmlReader& reader) {
-  const bool read = KtXmlCompoundType::read(reader);
+  bool read = KtXmlCompoundType::read(reader);
   ensureKinematics();
+  if (read && !jointLimitsValid(lowerLimitConstraint(), upperLimitConstraint())) {
+    char limits[96];
+    std::snprintf(limits, sizeof limits, ": lower limit %g and upper limit %g do not form an interval.",
+                  lowerLimitConstraint(), upperLimitConstraint());
+    reader.reportError("manipulatorLink " + identifier() + limits);
+    read = false;
+  }
   KtModelRevision::advance();
   return read;
+}
+
+bool KtManipulatorLink::setJointLimits(KtReal lower, KtReal upper) {
+  if (!jointLimitsValid(lower, upper)) {
+    ktPrint(
+        KtSeverity::Error,
+        "KtManipulatorLink::setJointLimits(): lower limit %g and upper limit %g do not form an interval.\n",
+        lower, upper);
+    return false;
+  }
+  m_lowerLimitConstraint = lower;
+  m_upperLimitConstraint = upper;
+  return true;
 }
 
 void KtManipulatorLink::setKinematics(std::unique_ptr<KtLinkKinematics> kinematics) {

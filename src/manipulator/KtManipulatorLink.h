@@ -59,10 +59,9 @@ class KtManipulatorLink : public KtXmlCloneable<KtManipulatorLink, KtXmlCompound
 
   KtReal upperLimitConstraint() const { return m_upperLimitConstraint; }
   KtReal lowerLimitConstraint() const { return m_lowerLimitConstraint; }
-  void setJointLimits(KtReal lower, KtReal upper) {
-    m_lowerLimitConstraint = lower;
-    m_upperLimitConstraint = upper;
-  }
+  // Limits must satisfy lower <= upper, be no NaN, and use an infinity only on its own side
+  // (-inf below, +inf above: unlimited). Otherwise a message, false, and nothing changes.
+  bool setJointLimits(KtReal lower, KtReal upper);
   bool isDeformable() const { return m_isDeformable; }
 
   // The place of the link in its manipulator (see above).

@@ -26,8 +26,7 @@ bool KtManipulatorSystem::setJointLimit(int manipulatorIndex, int jointIndex, Kt
   }
   KtIndividualManipulator& arm = manipulator(static_cast<std::size_t>(manipulatorIndex));
   if (jointIndex < 0 || static_cast<std::size_t>(jointIndex) >= arm.jointDof()) return false;
-  arm.linkForModification(static_cast<std::size_t>(jointIndex)).setJointLimits(lower, upper);
-  return true;
+  return arm.linkForModification(static_cast<std::size_t>(jointIndex)).setJointLimits(lower, upper);
 }
 
 std::size_t KtManipulatorSystem::jointDof(int manipulatorIndex) const {

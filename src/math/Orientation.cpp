@@ -43,8 +43,10 @@ void Orientation::normalizeOutsideBand(KtReal squaredNorm) {
       return;
     }
     if (std::isfinite(largest)) {
-      const KtReal scale = 1.0 / largest;
-      store(w() * scale, x() * scale, y() * scale, z() * scale);
+      // Dividing (rather than multiplying by the reciprocal, which overflows for a subnormal
+      // largest) makes the largest magnitude exactly one, so the squares can neither
+      // overflow nor all underflow.
+      store(w() / largest, x() / largest, y() / largest, z() / largest);
       squaredNorm = magSquared();
       if (withinBand(squaredNorm)) return;
     }
@@ -120,10 +122,9 @@ void Orientation::setFromRodriguesVector(const Vector& gibbs) {
 }
 
 void Orientation::getRodriguesVector(Vector& gibbs) const {
-  // q and -q give the same Gibbs vector, so the guard works on |w| and the sign is put back:
-  // only a half turn (w = 0) is raised to the smallest positive divisor.
-  const KtReal sign = w() < 0.0 ? -1.0 : 1.0;
-  gibbs = Vector(x(), y(), z()) * sign / ktGuardPositive(std::fabs(w()));
+  // The divisor is guarded as it stands: a w that is not positive (a half turn, or the
+  // negated form of a rotation) is raised to the smallest positive value.
+  gibbs = Vector(x(), y(), z()) / ktGuardPositive(w());
 }
 
 void Orientation::setFromDcmRows(const Vector& row0, const Vector& row1, const Vector& row2) {

@@ -1,8 +1,14 @@
 // The binary matrix file and the text and notebook dumps.
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <bit>
 #include <cstdint>
 #include <cstdio>
-#include <fstream>
+#include <memory>
+#include <new>
+#include <string>
 
 #include "foundation/Print.h"
 #include "math/ReArray.h"
@@ -11,26 +17,51 @@ namespace Kt {
 
 namespace {
 
+// A matrix without columns holds no data, so its row count is not backed by the file's size;
+// beyond this many rows such a header is taken for damage rather than allocated.
+constexpr std::uint64_t maxRowsWithoutColumns = std::uint64_t{1} << 16;
+
+struct FileCloser {
+  void operator()(std::FILE* file) const { std::fclose(file); }
+};
+using FilePointer = std::unique_ptr<std::FILE, FileCloser>;
+
+// Opens path only when it is a regular file (created when writing). A directory, device or
+// FIFO is refused; O_NONBLOCK keeps the open of a FIFO without a peer from waiting for one.
+// A file opened for writing is emptied only once it is known to be regular.
+FilePointer openRegularFile(const KtString& path, bool forWriting, std::uint64_t& size) {
+  const int access = forWriting ? O_WRONLY | O_CREAT : O_RDONLY;
+  const int descriptor = ::open(path.c_str(), access | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0666);
+  if (descriptor < 0) return nullptr;
+  struct stat status {};
+  const bool regular = ::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode) &&
+                       (!forWriting || ::ftruncate(descriptor, 0) == 0);
+  std::FILE* file = regular ? ::fdopen(descriptor, forWriting ? "wb" : "rb") : nullptr;
+  if (!file) {
+    ::close(descriptor);
+    return nullptr;
+  }
+  size = static_cast<std::uint64_t>(status.st_size);
+  return FilePointer(file);
+}
+
 // Integers and doubles are stored least significant byte first on every platform.
-void putLittleEndian(std::ostream& out, std::uint64_t value, int bytes) {
-  for (int i = 0; i < bytes; ++i) out.put(static_cast<char>((value >> (8 * i)) & 0xFF));
+void appendLittleEndian(std::string& bytes, std::uint64_t value, int count) {
+  for (int i = 0; i < count; ++i) bytes.push_back(static_cast<char>((value >> (8 * i)) & 0xFF));
 }
 
-bool getLittleEndian(std::istream& in, std::uint64_t& value, int bytes) {
-  char buffer[8];
-  if (!in.read(buffer, bytes)) return false;
-  value = 0;
-  for (int i = 0; i < bytes; ++i) value |= std::uint64_t{static_cast<unsigned char>(buffer[i])} << (8 * i);
+std::uint64_t decodeLittleEndian(const unsigned char* bytes, int count) {
+  std::uint64_t value = 0;
+  for (int i = 0; i < count; ++i) value |= std::uint64_t{bytes[i]} << (8 * i);
+  return value;
+}
+
+bool readLittleEndian(std::FILE* file, std::uint64_t& value, int count) {
+  unsigned char bytes[8];
+  if (std::fread(bytes, 1, static_cast<std::size_t>(count), file) != static_cast<std::size_t>(count))
+    return false;
+  value = decodeLittleEndian(bytes, count);
   return true;
-}
-
-// Bytes between the read position and the end of the stream.
-std::uint64_t remainingBytes(std::istream& in) {
-  const std::streampos here = in.tellg();
-  in.seekg(0, std::ios::end);
-  const std::streampos end = in.tellg();
-  in.seekg(here);
-  return static_cast<std::uint64_t>(end - here);
 }
 
 // Writes one row as its entries in full precision between the given texts.
@@ -56,42 +87,61 @@ bool writeTextFile(const KtString& path, Write write) {
 }  // namespace
 
 bool ReArray::writeBin(const KtString& path) const {
-  std::ofstream out(path, std::ios::binary);
-  if (!out) return false;
-  putLittleEndian(out, rows(), 4);
-  if (rows() > 0) putLittleEndian(out, columns(), 4);
+  std::uint64_t size = 0;
+  const FilePointer file = openRegularFile(path, true, size);
+  if (!file) return false;
+  std::string bytes;
+  appendLittleEndian(bytes, rows(), 4);
+  if (rows() > 0) appendLittleEndian(bytes, columns(), 4);
+  bool written = std::fwrite(bytes.data(), 1, bytes.size(), file.get()) == bytes.size();
   for (const Row& row : array_) {
-    for (KtReal entry : row) putLittleEndian(out, std::bit_cast<std::uint64_t>(entry), 8);
+    bytes.clear();
+    for (KtReal entry : row) appendLittleEndian(bytes, std::bit_cast<std::uint64_t>(entry), 8);
+    written = written && std::fwrite(bytes.data(), 1, bytes.size(), file.get()) == bytes.size();
   }
-  out.flush();
-  return static_cast<bool>(out);
+  return std::fflush(file.get()) == 0 && written;
 }
 
 bool ReArray::readBin(const KtString& path) {
-  std::ifstream in(path, std::ios::binary);
-  if (!in || in.peek() == std::ifstream::traits_type::eof()) {
+  std::uint64_t size = 0;
+  const FilePointer file = openRegularFile(path, false, size);
+  if (!file || size == 0) {
     ktPrint(KtSeverity::Error, "%s::readBin(): could not open file, %s, for reading.\n", className(),
             path.c_str());
     return false;
   }
   std::uint64_t rowCount = 0;
   std::uint64_t columnCount = 0;
-  if (getLittleEndian(in, rowCount, 4) && rowCount == 0) return true;
-  // The size is checked before resizing, so that a damaged header cannot ask for more
-  // storage than the file could fill.
-  const bool complete = getLittleEndian(in, columnCount, 4) &&
-                        (columnCount == 0 || remainingBytes(in) / 8 / columnCount >= rowCount);
-  if (!complete) {
-    ktPrint(KtSeverity::Error, "%s::readBin(): file, %s, is too short for its matrix.\n", className(),
-            path.c_str());
+  if (readLittleEndian(file.get(), rowCount, 4) && rowCount == 0) return true;
+  // The header is checked against the file's size before anything is allocated. Both counts
+  // are below 2^32, so their product cannot overflow; the entry bytes are compared by division.
+  const char* damage = nullptr;
+  if (!readLittleEndian(file.get(), columnCount, 4) || (size - 8) / 8 < rowCount * columnCount) {
+    damage = "is too short for its matrix";
+  } else if (size - 8 != 8 * rowCount * columnCount) {
+    damage = "is longer than its matrix";
+  } else if (columnCount == 0 && rowCount > maxRowsWithoutColumns) {
+    damage = "names too many rows for a matrix without columns";
+  }
+  std::vector<unsigned char> bytes;
+  try {
+    if (!damage) bytes.resize(size - 8);
+    // The file may have shrunk since its size was taken.
+    if (!damage && std::fread(bytes.data(), 1, bytes.size(), file.get()) != bytes.size())
+      damage = "is too short for its matrix";
+    if (!damage) resizeArray(rowCount, columnCount);
+  } catch (const std::bad_alloc&) {
+    damage = "holds a matrix too large for the memory";
+  }
+  if (damage) {
+    ktPrint(KtSeverity::Error, "%s::readBin(): file, %s, %s.\n", className(), path.c_str(), damage);
     return false;
   }
-  resizeArray(rowCount, columnCount);
+  const unsigned char* next = bytes.data();
   for (Row& row : array_) {
     for (KtReal& entry : row) {
-      std::uint64_t bits = 0;
-      getLittleEndian(in, bits, 8);
-      entry = std::bit_cast<KtReal>(bits);
+      entry = std::bit_cast<KtReal>(decodeLittleEndian(next, 8));
+      next += 8;
     }
   }
   return true;

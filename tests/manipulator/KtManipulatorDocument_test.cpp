@@ -133,3 +133,30 @@ TEST(KtManipulatorDocumentTest, ReadingAParameterDropsCachedFrames) {
   ASSERT_TRUE(readText(stated, text));
   expectFramesFresh(stated.system().manipulator(0), active);
 }
+
+// A link whose limits are not an interval makes the whole document fail, with the place (the
+// containers above it then report their entries as unreadable).
+TEST(KtManipulatorDocumentTest, InvertedJointLimitsRefuseTheDocument) {
+  const std::string document = R"(<?xml version="1.0"?>
+<sm:statedSystem xmlns:sm="http://kt.example.org/namespace/sm" version="2.0.0">
+  <sm:system><sm:manipulators><sm:individualManipulator><sm:childLinks>
+    <sm:manipulatorLink>
+      <sm:identifier>elbow</sm:identifier>
+      <sm:upperLimitConstraint>-0.5</sm:upperLimitConstraint>
+      <sm:lowerLimitConstraint>0.5</sm:lowerLimitConstraint>
+    </sm:manipulatorLink>
+  </sm:childLinks></sm:individualManipulator></sm:manipulators></sm:system>
+</sm:statedSystem>
+)";
+  KtStatedSystem stated;
+  PrintCapture capture;
+  EXPECT_FALSE(readText(stated, document, "limits.xml"));
+  EXPECT_EQ(
+      capture.text(),
+      "KtXmlFileReader Error: manipulatorLink elbow: lower limit 0.5 and upper limit -0.5 do not form an "
+      "interval.\n\tFile: limits.xml\n\tLine: 8\n"
+      "KtXmlVariableVectorType Warning: entry http://kt.example.org/namespace/sm#manipulatorLink could not "
+      "be read and is skipped.\n\tFile: limits.xml\n\tLine: 8\n"
+      "KtXmlVariableVectorType Warning: entry http://kt.example.org/namespace/sm#individualManipulator "
+      "could not be read and is skipped.\n\tFile: limits.xml\n\tLine: 8\n");
+}

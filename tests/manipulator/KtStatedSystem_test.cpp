@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
 #include <sstream>
 
 #include "manipulator/KtSystemActiveState.h"
@@ -132,6 +133,76 @@ TEST(KtStatedSystemTest, IntegrationClampsInclusivelyAtTheLimits) {
   // Extra velocities beyond the joints are ignored; missing ones leave joints alone.
   EXPECT_FALSE(step({0.1, 0.1, 0.1}, {0.2}));
   EXPECT_EQ(positions.jointPositions(), std::vector<double>({0.2, 0.1, 0.1}));
+}
+
+// A NaN or infinite result (from a non-finite rate, or inf·0) must neither bypass the limits
+// nor be stored: the previous value stays and the status says so.
+TEST(KtStatedSystemTest, IntegrationKeepsThePreviousValueOfAnythingThatWouldBecomeNonFinite) {
+  const double nan = std::numeric_limits<double>::quiet_NaN(), inf = std::numeric_limits<double>::infinity();
+  auto arm =
+      makeSerialArm(std::vector<DhRow>(3, DhRow{KtDhType::craig, KtJointType::rotational, 0, 0, 0, 0}));
+  for (std::size_t i = 0; i < 3; ++i) arm->linkForModification(i).setJointLimits(-1.0, 1.0);
+  const Kt::coordinateSystemTransformation pose(Kt::Vector(1, 2, 3), Kt::Orientation::xRotation(0.5));
+  struct Case {
+    std::vector<double> rates;
+    double dt;
+    Kt::Vector linear, angular;
+    std::vector<double> joints;
+    bool rejected;
+  };
+  const Case cases[] = {
+      {{0.5, 1, 0}, 0.1, Kt::Vector(), Kt::Vector(), {0.55, -0.4, 0.25}, false},
+      {{nan, 1, 0}, 0.1, Kt::Vector(), Kt::Vector(), {0.5, -0.4, 0.25}, true},
+      {{inf, 0, -inf}, 0.0, Kt::Vector(), Kt::Vector(), {0.5, -0.5, 0.25}, true},
+      {{1e308, 0, 0}, 1e10, Kt::Vector(), Kt::Vector(), {0.5, -0.5, 0.25}, true},
+      {{0, 0, 0}, 0.1, Kt::Vector(nan, 0, 0), Kt::Vector(), {0.5, -0.5, 0.25}, true},
+      {{0, 0, 0}, 0.0, Kt::Vector(0, inf, 0), Kt::Vector(0, 0, inf), {0.5, -0.5, 0.25}, true},
+  };
+  for (const Case& c : cases) {
+    KtPositionState positions;
+    positions.setJointPositions({0.5, -0.5, 0.25});
+    positions.setCoordinateSystemTransform(pose);
+    KtVelocityState velocities;
+    velocities.setJointVelocities(c.rates);
+    velocities.generalVelocity().setLinear(c.linear);
+    velocities.generalVelocity().setAngular(c.angular);
+    KtIntegrationStatus status;
+    arm->integrateState(velocities, c.dt, positions, status);
+    EXPECT_EQ(status.nonFiniteRejected, c.rejected) << c.rates[0] << " " << c.dt;
+    EXPECT_FALSE(status.limitReached);
+    for (std::size_t i = 0; i < 3; ++i) EXPECT_NEAR(positions.jointPositions()[i], c.joints[i], 1e-15);
+    const Kt::coordinateSystemTransformation& after = positions.coordinateSystemTransform();
+    EXPECT_EQ(after.translation(), pose.translation());
+    EXPECT_EQ(after.orientation(), pose.orientation());
+  }
+}
+
+// Limits are an interval, unbounded where an infinity of the right sign stands; anything
+// else (inverted, NaN, the wrong infinity) is refused and the old limits stay.
+TEST(KtStatedSystemTest, SetJointLimitAcceptsOnlyAnInterval) {
+  const double nan = std::numeric_limits<double>::quiet_NaN(), inf = std::numeric_limits<double>::infinity();
+  KtStatedSystem stated = twoArmSystem();
+  const KtManipulatorLink& link = stated.system().manipulator(1).link(2);
+  const struct {
+    double lower, upper;
+    bool accepted;
+  } cases[] = {{-1, 1, true},       {0.5, 0.5, true},   {-inf, inf, true}, {-inf, 2, true},
+               {1, -1, false},      {nan, 1, false},    {0, nan, false},   {inf, inf, false},
+               {-inf, -inf, false}, {inf, -inf, false}, {3, inf, true}};
+  PrintCapture capture;
+  for (const auto& c : cases) {
+    const double lower = link.lowerLimitConstraint(), upper = link.upperLimitConstraint();
+    EXPECT_EQ(stated.system().setJointLimit(1, 2, c.lower, c.upper), c.accepted) << c.lower << " " << c.upper;
+    EXPECT_EQ(link.lowerLimitConstraint(), c.accepted ? c.lower : lower);
+    EXPECT_EQ(link.upperLimitConstraint(), c.accepted ? c.upper : upper);
+  }
+  std::string expected;
+  for (const char* limits :
+       {"1 and upper limit -1", "nan and upper limit 1", "0 and upper limit nan", "inf and upper limit inf",
+        "-inf and upper limit -inf", "inf and upper limit -inf"})
+    expected += "KtManipulatorLink::setJointLimits(): lower limit " + std::string(limits) +
+                " do not form an interval.\n";
+  EXPECT_EQ(capture.text(), expected);
 }
 
 TEST(KtStatedSystemTest, IntegrationMovesTheBaseByItsVelocity) {

@@ -2,8 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+#include <cmath>
+#include <limits>
 #include <vector>
 
+#include "foundation/MathUtil.h"
 #include "math/RotationOracle.h"
 #include "support/PrintCapture.h"
 
@@ -32,9 +36,10 @@ TEST(Orientation, MatchesTheOracleAndRoundTripsThroughDcmAngleAxisAndRodriguesFo
     EXPECT_TRUE(std::fabs(angle - r.angle) < 1e-9 && axis.approxEq(r.axis, 1e-9));
     r.q.getRodriguesVector(gibbs);
     EXPECT_TRUE(gibbs.approxEq(r.axis * std::tan(r.angle / 2), 1e-9 * (1 + gibbs.mag())));
-    // -q is the same rotation, so it has the same Gibbs vector.
+    // The divisor w is guarded as it is: -q has w <= 0, which is raised to the smallest
+    // positive double rather than flipped.
     Orientation(-r.q.w(), -r.q.x(), -r.q.y(), -r.q.z()).getRodriguesVector(gibbsOfNegated);
-    EXPECT_TRUE(gibbsOfNegated.approxEq(gibbs, 1e-12 * (1 + gibbs.mag())));
+    EXPECT_EQ(gibbsOfNegated, Vector(-r.q.x(), -r.q.y(), -r.q.z()) / ktSmallestPositive);
     Orientation back[4];
     back[0].setFromDcmRows(row(r.matrix, 0), row(r.matrix, 1), row(r.matrix, 2));
     back[1].setFromDcmColumns(r.q.xAxis(), r.q.yAxis(), r.q.zAxis());
@@ -116,6 +121,41 @@ TEST(Orientation, NormalisationKeepsTheBandBitForBitAndRepairsEverythingElse) {
   EXPECT_EQ(q, Orientation::wQuaternion());
   q.set(std::vector<double>{0.0, 0.0, -3.0});
   EXPECT_EQ(q, Orientation(0.0, 0.0, -1.0, 0.0));
+}
+
+// Components from subnormal to DBL_MAX, in any mix of signs and magnitudes, normalise to a
+// finite unit quaternion in the input's direction. The oracle scales by a power of two.
+TEST(Orientation, NormalisationOfAnyFiniteMagnitudesGivesTheUnitMultipleOfTheInput) {
+  const double big = std::numeric_limits<double>::max(), least = std::numeric_limits<double>::denorm_min();
+  std::vector<std::array<double, 4>> inputs = {
+      {1e-320, 0, 0, 0}, {-least, least, 0, 0}, {1e300, -1e300, 1e300, 1e-300}, {big, big, -big, big}};
+  TestRandom rng(15);
+  for (int i = 0; i < TestRandom::cases(); ++i) {
+    std::array<double, 4> c;
+    for (double& component : c) {
+      const int exponents[][2] = {{-1074, -1023}, {-1022, -500}, {-20, 20}, {500, 1023}};
+      const int* range = exponents[rng.integer(0, 3)];
+      component =
+          rng.integer(0, 7) == 0 ? 0.0 : std::ldexp(rng.uniform(-2, 2), rng.integer(range[0], range[1]));
+    }
+    inputs.push_back(c);
+  }
+  for (const std::array<double, 4>& c : inputs) {
+    double largest = 0.0;
+    for (double component : c) largest = std::max(largest, std::fabs(component));
+    const int shift = largest > 0.0 ? -std::ilogb(largest) : 0;
+    double expected[4] = {1.0, 0.0, 0.0, 0.0}, squaredNorm = 0.0;
+    for (int k = 0; k < 4; ++k) squaredNorm += std::pow(std::ldexp(c[k], shift), 2);
+    for (int k = 0; k < 4 && squaredNorm > 0.0; ++k)
+      expected[k] = std::ldexp(c[k], shift) / std::sqrt(squaredNorm);
+    const Orientation q(c[0], c[1], c[2], c[3]);
+    double norm = 0.0;
+    for (int k = 0; k < 4; ++k) {
+      EXPECT_NEAR(q[k], expected[k], 1e-12) << c[0] << " " << c[1] << " " << c[2] << " " << c[3];
+      norm += q[k] * q[k];
+    }
+    EXPECT_NEAR(norm, 1.0, 1e-12);
+  }
 }
 
 TEST(Orientation, InterpolationFollowsTheShorterArcBetweenItsEnds) {

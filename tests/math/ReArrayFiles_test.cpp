@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <filesystem>
 #include <fstream>
@@ -50,24 +51,51 @@ TEST(ReArrayFiles, BinaryFilesRoundTripExactlyInLittleEndianLayout) {
   std::filesystem::remove(path);
 }
 
-TEST(ReArrayFiles, UnreadableShortAndUnwritableFilesFail) {
-  const std::string empty = scratchPath("nothing.bin"), truncated = scratchPath("short.bin");
-  const std::string missing = "/nonexistent-directory/matrix.bin";
-  std::ofstream(empty).close();
-  std::ofstream(truncated, std::ios::binary).write("\x02\0\0\0\x02\0\0\0", 8);  // entries missing
+// Whatever the header claims, nothing is allocated or read unless the file holds exactly the
+// entries it announces; paths that are not regular files are refused without blocking.
+TEST(ReArrayFiles, DamagedHeadersAndOtherThanRegularFilesAreRefused) {
+  const std::string ones8 = std::string(8, '\x01');
+  const std::string allOnes = "\xff\xff\xff\xff";
+  const std::string empty = scratchPath("empty.bin");
+  const std::string directory = std::filesystem::temp_directory_path().string();
+  const std::string fifo = scratchPath("fifo.bin");
+  std::filesystem::remove(fifo);
+  ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+  struct Case {
+    std::string path, bytes, damage;
+  };
+  const Case cases[] = {
+      {"/nonexistent-directory/matrix.bin", "", ""},
+      {empty, "", ""},
+      {directory, "", ""},
+      {fifo, "", ""},
+      {scratchPath("header.bin"), std::string("\x01\0\0", 3), "is too short for its matrix"},
+      {scratchPath("entries.bin"), std::string("\x02\0\0\0\x02\0\0\0", 8) + ones8,
+       "is too short for its matrix"},
+      {scratchPath("huge.bin"), allOnes + allOnes + ones8, "is too short for its matrix"},
+      {scratchPath("long.bin"), std::string("\x01\0\0\0\x01\0\0\0", 8) + ones8 + "x",
+       "is longer than its matrix"},
+      {scratchPath("rows.bin"), allOnes + std::string(4, '\0'),
+       "names too many rows for a matrix without columns"},
+  };
+  std::string expected;
+  for (const Case& c : cases) {
+    if (c.path == empty || !c.damage.empty()) std::ofstream(c.path, std::ios::binary) << c.bytes;
+    expected +=
+        "ReArray::readBin(): " + (c.damage.empty() ? "could not open file, " + c.path + ", for reading.\n"
+                                                   : "file, " + c.path + ", " + c.damage + ".\n");
+  }
   PrintCapture capture;
   ReArray matrix(1, 1);
-  EXPECT_FALSE(matrix.readBin(missing));
-  EXPECT_FALSE(matrix.readBin(empty));
-  EXPECT_FALSE(matrix.readBin(truncated));
-  EXPECT_FALSE(matrix.writeBin(missing));
+  for (const Case& c : cases) EXPECT_FALSE(matrix.readBin(c.path)) << c.path;
   EXPECT_EQ(matrix, ReArray(1, 1));
-  EXPECT_EQ(capture.text(), "ReArray::readBin(): could not open file, " + missing + ", for reading.\n" +
-                                "ReArray::readBin(): could not open file, " + empty + ", for reading.\n" +
-                                "ReArray::readBin(): file, " + truncated +
-                                ", is too short for its matrix.\n");
-  std::filesystem::remove(empty);
-  std::filesystem::remove(truncated);
+  EXPECT_EQ(capture.text(), expected);
+  for (const std::string& path : {cases[0].path, directory, fifo})
+    EXPECT_FALSE(matrix.writeBin(path)) << path;
+  EXPECT_EQ(capture.text(), expected);
+  for (const Case& c : cases) {
+    if (c.path != directory) std::filesystem::remove(c.path);
+  }
 }
 
 TEST(ReArrayFiles, TextDumpsHoldEveryEntryInFullPrecision) {
