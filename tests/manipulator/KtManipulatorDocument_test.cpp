@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <fstream>
 #include <sstream>
 
@@ -132,4 +133,23 @@ TEST(KtManipulatorDocumentTest, ReadingAParameterDropsCachedFrames) {
   text.replace(text.find(oldD), oldD.size(), "<sm:d>0.5</sm:d>");
   ASSERT_TRUE(readText(stated, text));
   expectFramesFresh(stated.system().manipulator(0), active);
+}
+
+// A stray empty childLinks after the real one is reported with its line and skipped, so the
+// arm keeps its seven links.
+TEST(KtManipulatorDocumentTest, RepeatedChildLinksKeepTheFirst) {
+  std::string text = fileText(dataPath("craig_arm.xml"));
+  const std::size_t end = text.find("   </sm:individualManipulator>");
+  ASSERT_NE(end, std::string::npos);
+  text.insert(end, "    <sm:childLinks/>\n");
+  const auto line = std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(end), '\n') + 1;
+  PrintCapture capture;
+  KtStatedSystem stated;
+  ASSERT_TRUE(readText(stated, text));
+  EXPECT_EQ(
+      capture.text(),
+      "KtXmlCompoundType Warning: element childLinks appears more than once; the first is kept.\n\tFile: "
+      "memory.xml\n\tLine: " +
+          std::to_string(line) + "\n");
+  EXPECT_EQ(stated.system().manipulator(0).jointDof(), 7u);
 }
