@@ -36,6 +36,12 @@ void KtXmlCompoundType::registerComponent(const KtToken& token, KtXmlObject& com
   m_components.set(token, &component);
 }
 
+void KtXmlCompoundType::registerComponent(const KtToken& token, KtXmlBaseVariableCompoundType& vector,
+                                          const KtXmlElementSet& accepted) {
+  vector.acceptOnly(accepted);
+  registerComponent(token, vector);
+}
+
 void KtXmlCompoundType::registerUnwrittenComponent(const KtToken& token, KtXmlObject& component) {
   m_components.set(token, &component);
   m_kinds.set(token, 0);

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "xml/KtTokenTable.h"
+#include "xml/KtXmlBaseVariableCompoundType.h"
 #include "xml/KtXmlObject.h"
 
 // An object made of named parts: the base of every persistent toolkit class.
@@ -77,6 +78,9 @@ class KtXmlCompoundType : public KtXmlObject {
   virtual void registerComponents() {}
 
   void registerComponent(const KtToken& token, KtXmlObject& component);
+  // Registers a polymorphic vector that takes only entries of the named elements.
+  void registerComponent(const KtToken& token, KtXmlBaseVariableCompoundType& vector,
+                         const KtXmlElementSet& accepted);
   // Registers a component that is read but never written as an element (kind 0).
   void registerUnwrittenComponent(const KtToken& token, KtXmlObject& component);
   void registerAttribute(const KtToken& token, KtXmlObject& attribute);
