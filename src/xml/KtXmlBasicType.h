@@ -47,7 +47,7 @@ class KtXmlBasicType : public KtXmlCloneable<KtXmlBasicType<T, reals>, KtXmlObje
     this->beginRead();
     return KtXmlValueIo<T>::read(reader, m_value, reals);
   }
-  bool write(KtXmlWriter& writer) const override { return KtXmlValueIo<T>::write(writer, m_value); }
+  bool write(KtXmlWriter& writer) const override { return KtXmlValueIo<T>::write(writer, m_value, reals); }
   // A simple type needs no declaration of its own.
   void writeSchema(KtXmlWriter&) const override {}
   bool isEqual(const KtXmlObject& other) const override {
@@ -55,8 +55,10 @@ class KtXmlBasicType : public KtXmlCloneable<KtXmlBasicType<T, reals>, KtXmlObje
   }
   std::string schemaTypeName() const override { return ktXmlSchemaTypeOf<T>(); }
   bool readText(std::string_view text) override { return ktXmlParseSimple(text, m_value, reals); }
+  // Gives the text even for a value the reader would refuse, but answers false for it.
   bool writeText(std::string& text) const override {
     KtXmlSimpleType<T>::format(m_value, text);
+    if constexpr (std::floating_point<T>) return ktXmlSimpleDetail::isTaken(m_value, reals);
     return true;
   }
 

@@ -105,7 +105,11 @@ bool KtXmlCompoundType::write(KtXmlWriter& writer) const {
   std::string text;
   for (const auto& [token, attribute] : m_attributes) {
     text.clear();
-    if (attribute->writeText(text)) writer.writeAttribute(token, text);
+    if (!attribute->writeText(text)) {
+      if (text.empty()) continue;
+      writer.reportUnreadableValue("attribute", token.name(), text);
+    }
+    writer.writeAttribute(token, text);
   }
   bool written = true;
   for (const auto& [token, component] : m_components) {

@@ -39,12 +39,12 @@ struct KtXmlValueIo<T> {
     }
     return reader.readEndTag();
   }
-  static bool write(KtXmlWriter& writer, const T& value) {
+  static bool write(KtXmlWriter& writer, const T& value, KtXmlReals reals = KtXmlReals::finite) {
     // An empty string is left out, so that its element is written as nil.
     if constexpr (std::same_as<T, std::string>) {
       if (value.empty()) return true;
     }
-    writer.writeContentValue(value);
+    writer.writeContentValue(value, reals);
     return true;
   }
   static std::string schemaTypeName(const T&) { return ktXmlSchemaTypeOf<T>(); }

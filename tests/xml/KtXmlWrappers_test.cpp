@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <limits>
+#include <sstream>
 #include <string>
 #include <string_view>
 
@@ -188,3 +190,24 @@ TEST(KtXmlWrappers, valuesThatCannotBeTakenAreReportedAndSkipped) {
 }
 
 }  // namespace
+
+// What the reader would refuse is written all the same, so that the document shows it, but
+// each value is reported and the document counts as not written.
+TEST(KtXmlWrappers, writerReportsValuesTheReaderWouldRefuse) {
+  const double infinity = std::numeric_limits<double>::infinity();
+  KtTestEverything e;
+  e.m_real = std::nan("");
+  e.m_map["m"] = infinity;
+  e.m_reals.push_back(-infinity);
+  e.m_vector = Kt::Vector(0, infinity, 0);
+  PrintCapture capture;
+  std::ostringstream out;
+  EXPECT_FALSE(ktWriteObjectToStream(e, out, "test.xml"));
+  const auto refused = [](const char* kind, const char* name, const char* text) {
+    return "KtXmlWriter Error: " + std::string(kind) + " " + name + ": value " + text +
+           " is not finite and will not read back.\n\tFile: test.xml\n";
+  };
+  EXPECT_EQ(capture.text(), refused("element", "ct:value", "INF") + refused("element", "ct:real", "NaN") +
+                                refused("element", "ct:group", "-INF") + refused("attribute", "y", "INF"));
+  EXPECT_NE(out.str().find("<ct:real>NaN</ct:real>"), std::string::npos);
+}
