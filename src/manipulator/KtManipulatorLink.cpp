@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "foundation/Print.h"
+#include "manipulator/KtDeformableManipulatorLink.h"
 #include "manipulator/KtIndividualManipulator.h"
 #include "manipulator/KtManipulatorActiveState.h"
 #include "manipulator/KtModelRevision.h"
@@ -13,6 +14,19 @@ namespace {
 
 const Kt::coordinateSystemTransformation& outOfRangeFrame() {
   return Kt::coordinateSystemTransformation::identity();
+}
+
+// The elements that stand as a link's joint kinematics and as its child links. A manipulator,
+// though a link, roots a tree of its own and never stands in one.
+const KtXmlElementSet& kinematicsElements() {
+  static const KtXmlElementSet elements = KtXmlElementSet::of<KtDenavitHartenberg>();
+  return elements;
+}
+
+const KtXmlElementSet& linkElements() {
+  static const KtXmlElementSet elements =
+      KtXmlElementSet::of<KtManipulatorLink, KtDeformableManipulatorLink>();
+  return elements;
 }
 
 }  // namespace
@@ -53,8 +67,8 @@ void KtManipulatorLink::registerBaseLinkComponents() {
       kinematics(ktNamespaceSm, "linkKinematicsContainer"), children(ktNamespaceSm, "childLinks"),
       mass(ktNamespaceSm, "massProperties"), shapes(ktNamespaceSm, "shapeContainer");
   registerComponent(identifier, m_identifier);
-  registerComponent(kinematics, m_kinematicsContainer);
-  registerComponent(children, m_childLinks);
+  registerComponent(kinematics, m_kinematicsContainer, kinematicsElements());
+  registerComponent(children, m_childLinks, linkElements());
   registerComponent(mass, m_massProperties);
   registerComponent(shapes, m_shapeContainer);
 }
@@ -69,8 +83,8 @@ void KtManipulatorLink::registerComponents() {
       deformable(ktNamespaceSm, "isDeformable"), deformedShapes(ktNamespaceSm, "deformedShapeIndexVec"),
       upper(ktNamespaceSm, "upperLimitConstraint"), lower(ktNamespaceSm, "lowerLimitConstraint");
   registerComponent(identifier, m_identifier);
-  registerComponent(kinematics, m_kinematicsContainer);
-  registerComponent(children, m_childLinks);
+  registerComponent(kinematics, m_kinematicsContainer, kinematicsElements());
+  registerComponent(children, m_childLinks, linkElements());
   registerComponent(shapes, m_shapeContainer);
   registerComponent(composite, m_compositeJointActuator);
   registerUnwrittenComponent(actuator, m_jointActuator);

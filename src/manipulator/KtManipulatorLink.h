@@ -182,8 +182,9 @@ class KtManipulatorLink : public KtXmlCloneable<KtManipulatorLink, KtXmlCompound
   KtXmlKeptElement m_linkReferenceDescription;
   KtXmlBasicType<bool> m_isDeformable = false;
   KtXmlVectorType<long> m_deformedShapeIndexVec;
-  KtXmlBasicType<KtReal> m_upperLimitConstraint;
-  KtXmlBasicType<KtReal> m_lowerLimitConstraint;
+  // Infinite when the joint is unlimited that way.
+  KtXmlBasicType<KtReal, KtXmlReals::finiteOrInfinite> m_upperLimitConstraint;
+  KtXmlBasicType<KtReal, KtXmlReals::finiteOrInfinite> m_lowerLimitConstraint;
 
   const KtManipulatorLink* m_referencedLink = nullptr;
 };

@@ -14,7 +14,8 @@ void KtManipulatorSystem::registerComponents() {
       interactions(ktNamespaceSm, "linkInteractionsVector"),
       exclusions(ktNamespaceSm, "systemCollisionExclusionSet");
   registerComponent(environment, m_environment);
-  registerComponent(manipulators, m_manipulators);
+  static const KtXmlElementSet manipulatorElements = KtXmlElementSet::of<KtIndividualManipulator>();
+  registerComponent(manipulators, m_manipulators, manipulatorElements);
   registerComponent(interactions, m_linkInteractionsVector);
   registerComponent(exclusions, m_systemCollisionExclusionSet);
 }

@@ -7,6 +7,7 @@
 #include "xml/KtXmlReader.h"
 #include "xml/KtXmlSchema.h"
 #include "xml/KtXmlText.h"
+#include "xml/KtXmlValueWarning.h"
 #include "xml/KtXmlWriter.h"
 
 namespace {
@@ -26,16 +27,20 @@ bool readCount(KtXmlReader& reader, const KtToken& token, std::size_t& count) {
   return text != nullptr && KtXmlSimpleType<std::size_t>::parse(*text, count);
 }
 
-// The blank-separated numbers of a text; false if one of them is not a number.
-bool parseNumbers(std::string_view text, std::vector<KtReal>& numbers) {
+// The blank-separated numbers of the current element's text; false, with a warning, if one
+// of them is not a finite number.
+bool parseNumbers(KtXmlReader& reader, std::string_view text, std::vector<KtReal>& numbers) {
   for (;;) {
     std::size_t begin = 0;
     while (begin < text.size() && ktXmlIsBlank(static_cast<unsigned char>(text[begin]))) ++begin;
     if (begin == text.size()) return true;
     std::size_t end = begin;
     while (end < text.size() && !ktXmlIsBlank(static_cast<unsigned char>(text[end]))) ++end;
-    if (!KtXmlSimpleType<KtReal>::parse(text.substr(begin, end - begin), numbers.emplace_back()))
+    const std::string_view item = text.substr(begin, end - begin);
+    if (!KtXmlSimpleType<KtReal>::parse(item, numbers.emplace_back())) {
+      ktXmlWarnUnreadableValue(reader, "KtReArray", KtXmlSkipped::list, reader.token().name(), item);
       return false;
+    }
     text.remove_prefix(end);
   }
 }
@@ -50,7 +55,7 @@ bool KtReArray::read(KtXmlReader& reader) {
     return false;
   std::string& text = reader.textBuffer();
   std::vector<KtReal> entries;
-  if (!reader.readContent(text) || !parseNumbers(text, entries)) return false;
+  if (!reader.readContent(text) || !parseNumbers(reader, text, entries)) return false;
   // The entries present decide how much is allocated, whatever the attributes claim.
   if (columnCount != 0 && entries.size() / columnCount != rowCount) return false;
   if (entries.size() != rowCount * columnCount) return false;

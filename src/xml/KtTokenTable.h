@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cstddef>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -25,11 +26,22 @@ class KtTokenTable {
   }
 
   const Value* find(std::string_view localName) const {
+    const std::size_t index = indexOf(localName);
+    return index != npos ? &m_entries[index].second : nullptr;
+  }
+
+  // The place of the entry in the table's order, or npos; entries keep their places until
+  // another token is set.
+  static constexpr std::size_t npos = static_cast<std::size_t>(-1);
+  std::size_t indexOf(std::string_view localName) const {
     const auto position =
         std::lower_bound(m_entries.begin(), m_entries.end(), localName,
                          [](const Entry& entry, std::string_view name) { return entry.first.name() < name; });
-    return position != m_entries.end() && position->first.name() == localName ? &position->second : nullptr;
+    return position != m_entries.end() && position->first.name() == localName
+               ? static_cast<std::size_t>(position - m_entries.begin())
+               : npos;
   }
+  const Entry& operator[](std::size_t index) const { return m_entries[index]; }
 
   auto begin() const { return m_entries.begin(); }
   auto end() const { return m_entries.end(); }

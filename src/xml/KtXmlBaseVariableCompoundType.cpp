@@ -20,7 +20,10 @@ std::vector<std::unique_ptr<KtXmlObject>> clones(const std::vector<std::unique_p
 }  // namespace
 
 KtXmlBaseVariableCompoundType::KtXmlBaseVariableCompoundType(const KtXmlBaseVariableCompoundType& other)
-    : KtXmlObject(other), m_entries(clones(other.m_entries)), m_factory(other.m_factory) {}
+    : KtXmlObject(other),
+      m_entries(clones(other.m_entries)),
+      m_factory(other.m_factory),
+      m_accepted(other.m_accepted) {}
 
 KtXmlBaseVariableCompoundType& KtXmlBaseVariableCompoundType::operator=(
     const KtXmlBaseVariableCompoundType& other) {
@@ -28,6 +31,7 @@ KtXmlBaseVariableCompoundType& KtXmlBaseVariableCompoundType::operator=(
     m_entries = clones(other.m_entries);
     KtXmlObject::operator=(other);
     m_factory = other.m_factory;
+    m_accepted = other.m_accepted;
   }
   return *this;
 }
@@ -45,6 +49,13 @@ bool KtXmlBaseVariableCompoundType::read(KtXmlReader& reader) {
   beginRead();
   m_entries.clear();
   return reader.readChildren([this, &reader](const KtToken& child) {
+    if (m_accepted != nullptr && !m_accepted->contains(child.name())) {
+      ktPrint(KtSeverity::Warning,
+              "KtXmlVariableVectorType Warning: entry %s is not accepted here and is skipped.\n\tFile: "
+              "%s\n\tLine: %d\n",
+              child.toString().c_str(), reader.fileName().c_str(), reader.line());
+      return false;
+    }
     const std::string name = child.toString();
     if (readEntry(reader, child)) return true;
     ktPrint(KtSeverity::Warning,

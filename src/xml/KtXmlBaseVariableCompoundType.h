@@ -6,13 +6,14 @@
 #include <vector>
 
 #include "xml/KtBaseXmlFactory.h"
+#include "xml/KtXmlElementSet.h"
 #include "xml/KtXmlObject.h"
 
 // A vector of objects of varying classes. Each entry is written as an element named by
 // the entry's own token; on reading, the factory makes the entry from the element's token
-// and the entry reads itself. An entry that cannot be made or read is reported with its
-// token and line and skipped; it never fails the vector. The vector owns its entries;
-// copies clone them.
+// and the entry reads itself. An entry whose element the vector does not accept (see
+// acceptOnly), or that cannot be made or read, is reported with its token and line and
+// skipped; it never fails the vector. The vector owns its entries; copies clone them.
 class KtXmlBaseVariableCompoundType : public KtXmlObject {
  public:
   explicit KtXmlBaseVariableCompoundType(const KtBaseXmlFactory& factory) : m_factory(&factory) {}
@@ -31,6 +32,11 @@ class KtXmlBaseVariableCompoundType : public KtXmlObject {
   void clear() { m_entries.clear(); }
   const KtBaseXmlFactory& factory() const { return *m_factory; }
 
+  // Limits the entries read to elements of these names; the set must outlive the vector
+  // and its copies (a static of the registering class). Without a set, every element the
+  // factory knows is taken, provided the object it makes fits the vector.
+  void acceptOnly(const KtXmlElementSet& accepted) { m_accepted = &accepted; }
+
  protected:
   // Whether an object the factory made may become an entry (a typed vector accepts only
   // its own entry class).
@@ -42,4 +48,5 @@ class KtXmlBaseVariableCompoundType : public KtXmlObject {
 
  private:
   const KtBaseXmlFactory* m_factory;
+  const KtXmlElementSet* m_accepted = nullptr;
 };

@@ -2,8 +2,10 @@
 
 #include <typeinfo>
 
+#include "foundation/Print.h"
 #include "xml/KtXmlReader.h"
 #include "xml/KtXmlTypeName.h"
+#include "xml/KtXmlValueWarning.h"
 #include "xml/KtXmlWriter.h"
 
 namespace {
@@ -32,6 +34,12 @@ void KtXmlCompoundType::ensureInitialized() const {
 
 void KtXmlCompoundType::registerComponent(const KtToken& token, KtXmlObject& component) {
   m_components.set(token, &component);
+}
+
+void KtXmlCompoundType::registerComponent(const KtToken& token, KtXmlBaseVariableCompoundType& vector,
+                                          const KtXmlElementSet& accepted) {
+  vector.acceptOnly(accepted);
+  registerComponent(token, vector);
 }
 
 void KtXmlCompoundType::registerUnwrittenComponent(const KtToken& token, KtXmlObject& component) {
@@ -65,11 +73,28 @@ bool KtXmlCompoundType::read(KtXmlReader& reader) {
   beginRead();
   for (KtXmlAttribute& attribute : reader.attributes()) {
     KtXmlObject* const* target = m_attributes.find(attribute.token.name());
-    if (target != nullptr && (*target)->readText(attribute.value)) attribute.consumed = true;
+    if (target == nullptr) continue;
+    if (!(*target)->readText(attribute.value)) {
+      ktXmlWarnUnreadableValue(reader, "KtXmlCompoundType", KtXmlSkipped::attribute, attribute.token.name(),
+                               attribute.value);
+    }
+    attribute.consumed = true;
   }
+  // Each component takes the first element of its name; later ones would silently replace
+  // what the first one gave, so they are reported and skipped.
+  m_readSlots.assign(m_components.size(), false);
   return reader.readChildren([this, &reader](const KtToken& child) {
-    KtXmlObject* const* target = m_components.find(child.name());
-    return target != nullptr && (*target)->read(reader);
+    const std::size_t slot = m_components.indexOf(child.name());
+    if (slot == m_components.npos) return false;
+    if (m_readSlots[slot]) {
+      ktPrint(KtSeverity::Warning,
+              "KtXmlCompoundType Warning: element %s appears more than once; the first is kept.\n\tFile: "
+              "%s\n\tLine: %d\n",
+              child.name().c_str(), reader.fileName().c_str(), reader.line());
+      return false;
+    }
+    m_readSlots[slot] = true;
+    return m_components[slot].second->read(reader);
   });
 }
 
@@ -80,7 +105,11 @@ bool KtXmlCompoundType::write(KtXmlWriter& writer) const {
   std::string text;
   for (const auto& [token, attribute] : m_attributes) {
     text.clear();
-    if (attribute->writeText(text)) writer.writeAttribute(token, text);
+    if (!attribute->writeText(text)) {
+      if (text.empty()) continue;
+      writer.reportUnreadableValue("attribute", token.name(), text);
+    }
+    writer.writeAttribute(token, text);
   }
   bool written = true;
   for (const auto& [token, component] : m_components) {

@@ -2,8 +2,10 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "xml/KtTokenTable.h"
+#include "xml/KtXmlBaseVariableCompoundType.h"
 #include "xml/KtXmlObject.h"
 
 // An object made of named parts: the base of every persistent toolkit class.
@@ -38,7 +40,9 @@
 //
 // Reading takes the attributes the attribute table knows, then the children in any order:
 // each child is read by the component registered under its local name; unknown children,
-// and children whose read fails, are skipped silently. Writing gives the attributes, then
+// and children whose read fails, are skipped (values that cannot be taken are reported by
+// their wrappers). A component takes only the first element of its name: any later one is
+// reported and skipped, even when the first could not be read. Writing gives the attributes, then
 // the components as elements in ascending byte-wise order of their local names, except
 // components of kind 0 and (unless the writer writes everything) components that may be
 // omitted.
@@ -74,6 +78,9 @@ class KtXmlCompoundType : public KtXmlObject {
   virtual void registerComponents() {}
 
   void registerComponent(const KtToken& token, KtXmlObject& component);
+  // Registers a polymorphic vector that takes only entries of the named elements.
+  void registerComponent(const KtToken& token, KtXmlBaseVariableCompoundType& vector,
+                         const KtXmlElementSet& accepted);
   // Registers a component that is read but never written as an element (kind 0).
   void registerUnwrittenComponent(const KtToken& token, KtXmlObject& component);
   void registerAttribute(const KtToken& token, KtXmlObject& attribute);
@@ -87,6 +94,8 @@ class KtXmlCompoundType : public KtXmlObject {
 
   mutable bool m_initialized = false;
   KtTokenTable<KtXmlObject*> m_components;
+  // During a read: which components (by their place in the table) already had an element.
+  std::vector<bool> m_readSlots;
   KtTokenTable<KtXmlObject*> m_attributes;
   KtTokenTable<int> m_kinds;
 };

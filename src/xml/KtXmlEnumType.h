@@ -9,6 +9,7 @@
 #include "xml/KtXmlObject.h"
 #include "xml/KtXmlReader.h"
 #include "xml/KtXmlSchema.h"
+#include "xml/KtXmlValueWarning.h"
 #include "xml/KtXmlWriter.h"
 
 // The words of an enumeration that is written as words. Specialise it next to the
@@ -46,7 +47,12 @@ class KtXmlEnumType : public KtXmlCloneable<KtXmlEnumType<E>, KtXmlObject> {
   bool read(KtXmlReader& reader) override {
     this->beginRead();
     std::string& text = reader.textBuffer();
-    return reader.readContent(text) && readText(text) && reader.readEndTag();
+    if (!reader.readContent(text)) return false;
+    if (!readText(text)) {
+      ktXmlWarnUnreadableValue(reader, "KtXmlEnumType", KtXmlSkipped::element, reader.token().name(), text);
+      return false;
+    }
+    return reader.readEndTag();
   }
   bool write(KtXmlWriter& writer) const override {
     std::string text;

@@ -55,7 +55,7 @@ bool ktWriteRootObject(const KtXmlObject& object, KtXmlWriter& writer) {
   writer.writeAttribute(versionToken(), ktCodeBaseVersion);
   const bool written = object.write(writer);
   writer.writeEndElement();
-  return writer.flush() && written;
+  return writer.flush() && written && !writer.wroteUnreadableValues();
 }
 
 void ktWriteSchema(const KtXmlObject& object, KtXmlWriter& writer, std::ostream& stream) {

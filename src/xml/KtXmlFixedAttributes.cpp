@@ -2,6 +2,7 @@
 
 #include "foundation/Print.h"
 #include "xml/KtXmlReader.h"
+#include "xml/KtXmlValueWarning.h"
 #include "xml/KtXmlWriter.h"
 
 bool ktXmlReadFixedAttributes(KtXmlReader& reader, std::span<const std::string_view> names,
@@ -14,10 +15,12 @@ bool ktXmlReadFixedAttributes(KtXmlReader& reader, std::span<const std::string_v
   }
   for (std::size_t i = 0; i < names.size(); ++i) {
     for (KtXmlAttribute& attribute : reader.attributes()) {
-      if (attribute.token.name() == names[i] && KtXmlSimpleType<double>::parse(attribute.value, values[i])) {
-        attribute.consumed = true;
-        break;
+      if (attribute.token.name() != names[i]) continue;
+      if (!KtXmlSimpleType<double>::parse(attribute.value, values[i])) {
+        ktXmlWarnUnreadableValue(reader, className, KtXmlSkipped::attribute, names[i], attribute.value);
       }
+      attribute.consumed = true;
+      break;
     }
   }
   if (reader.peek() != KtXmlItem::EndTag) {

@@ -8,6 +8,7 @@
 #include "xml/KtXmlLimits.h"
 #include "xml/KtXmlText.h"
 #include "xml/KtXmlValueIo.h"
+#include "xml/KtXmlValueWarning.h"
 
 // The XML form shared by vectors and sets: the attribute size (the entry count), then the
 // entries. Entries of a listable simple type are the blank-separated content of one child
@@ -27,18 +28,30 @@ struct KtXmlSequence {
     return std::min<std::size_t>(size, ktXmlMaxReservedEntries);
   }
 
-  // Reads one child of the sequence (already entered; `child` is its token), handing every
-  // entry to add(T&&). False for a child that is not part of the form or does not read.
+  // Reads the children of the sequence element (already entered), handing every entry to
+  // add(T&&). Children that are not part of the form, and entry elements that do not read,
+  // are skipped. A list of numbers with an entry that cannot be taken is refused as a whole,
+  // with one warning: then `refused` is set, and the caller keeps what it held before.
   template <typename Add>
-  static bool readChild(KtXmlReader& reader, const KtToken& child, Add&& add) {
-    if constexpr (KtXmlListable<T>) {
-      if (child.name() == ktXmlGroupName) return readGroup(reader, add);
-    }
-    if (child.name() != ktXmlElementName) return false;
-    T entry{};
-    if (!KtXmlValueIo<T>::read(reader, entry)) return false;
-    add(std::move(entry));
-    return true;
+  static bool readEntries(KtXmlReader& reader, Add&& add, bool& refused) {
+    refused = false;
+    // The container's own name, for the warning (its children replace the current token).
+    std::string name;
+    if constexpr (KtXmlListable<T>) name = reader.token().name();
+    return reader.readChildren([&](const KtToken& child) {
+      if constexpr (KtXmlListable<T>) {
+        if (child.name() == ktXmlGroupName) {
+          const bool read = readGroup(reader, add, name);
+          refused = refused || !read;
+          return read;
+        }
+      }
+      if (child.name() != ktXmlElementName) return false;
+      T entry{};
+      if (!KtXmlValueIo<T>::read(reader, entry)) return false;
+      add(std::move(entry));
+      return true;
+    });
   }
 
   template <typename Range>
@@ -83,7 +96,7 @@ struct KtXmlSequence {
 
  private:
   template <typename Add>
-  static bool readGroup(KtXmlReader& reader, Add& add) {
+  static bool readGroup(KtXmlReader& reader, Add& add, std::string_view containerName) {
     std::string& text = reader.textBuffer();
     if (!reader.readContent(text)) return false;
     std::string_view rest = text;
@@ -94,7 +107,11 @@ struct KtXmlSequence {
       std::size_t end = begin;
       while (end < rest.size() && !ktXmlIsBlank(static_cast<unsigned char>(rest[end]))) ++end;
       T entry{};
-      if (!KtXmlSimpleType<T>::parse(rest.substr(begin, end - begin), entry)) return false;
+      const std::string_view item = rest.substr(begin, end - begin);
+      if (!ktXmlParseSimple(item, entry)) {
+        ktXmlWarnUnreadableValue(reader, "KtXmlVectorType", KtXmlSkipped::list, containerName, item);
+        return false;
+      }
       add(std::move(entry));
       rest.remove_prefix(end);
     }

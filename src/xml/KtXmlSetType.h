@@ -9,7 +9,8 @@
 #include "xml/KtXmlSequence.h"
 
 // A set of T, written like a vector (attribute size, then the members in order). Reading
-// replaces the members.
+// replaces the members, unless a list of numbers in the document is refused: then the set
+// keeps them.
 template <typename T>
 class KtXmlSetType : public KtXmlCloneable<KtXmlSetType<T>, KtXmlObject> {
  public:
@@ -25,12 +26,13 @@ class KtXmlSetType : public KtXmlCloneable<KtXmlSetType<T>, KtXmlObject> {
 
   bool read(KtXmlReader& reader) override {
     this->beginRead();
-    m_members.clear();
+    std::set<T> members;
     KtXmlSequence<T>::reserveHint(reader);  // takes the size attribute; a set has nothing to reserve
-    return reader.readChildren([this, &reader](const KtToken& child) {
-      return KtXmlSequence<T>::readChild(reader, child,
-                                         [this](T&& member) { m_members.insert(std::move(member)); });
-    });
+    bool refused = false;
+    const bool read = KtXmlSequence<T>::readEntries(
+        reader, [&members](T&& member) { members.insert(std::move(member)); }, refused);
+    if (!refused) m_members = std::move(members);
+    return read;
   }
   bool write(KtXmlWriter& writer) const override { return KtXmlSequence<T>::write(writer, m_members); }
   void writeSchema(KtXmlWriter& writer) const override {

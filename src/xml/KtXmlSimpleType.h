@@ -13,8 +13,13 @@
 //
 // Floating-point numbers are written with 20 significant digits in general notation, so
 // that every double reads back to the same value (0.1 is written 0.10000000000000000555).
+// Documents hold finite numbers only: NaN and the infinities are refused on reading, except
+// that a field whose default is infinite (an absent limit) may take the infinities.
 template <typename T>
 struct KtXmlSimpleType;
+
+// Which floating-point values a field takes from a document; NaN is never taken.
+enum class KtXmlReals { finite, finiteOrInfinite };
 
 // Types that can stand in a blank-separated list: everything simple except strings.
 template <typename T>
@@ -40,6 +45,11 @@ bool parseNumber(std::string_view text, N& value) {
   if (error != std::errc() || end != text.data() + text.size() || text.empty()) return false;
   value = parsed;
   return true;
+}
+
+template <std::floating_point N>
+bool isTaken(N value, KtXmlReals reals) {
+  return std::isfinite(value) || (reals == KtXmlReals::finiteOrInfinite && std::isinf(value));
 }
 
 template <typename N>
@@ -83,7 +93,13 @@ requires std::floating_point<T>
 struct KtXmlSimpleType<T> {
   static constexpr const char* schemaName = sizeof(T) == sizeof(float) ? "float" : "double";
   static void format(T value, std::string& out) { ktXmlSimpleDetail::formatNumber(value, out); }
-  static bool parse(std::string_view text, T& value) { return ktXmlSimpleDetail::parseNumber(text, value); }
+  static bool parse(std::string_view text, T& value, KtXmlReals reals = KtXmlReals::finite) {
+    T parsed{};
+    if (!ktXmlSimpleDetail::parseNumber(text, parsed) || !ktXmlSimpleDetail::isTaken(parsed, reals))
+      return false;
+    value = parsed;
+    return true;
+  }
 };
 
 template <typename T>
@@ -116,6 +132,23 @@ struct KtXmlSimpleType<std::string> {
   static void format(const std::string& value, std::string& out) { out += value; }
   static bool parse(std::string_view text, std::string& value) { return value.assign(text), true; }
 };
+
+// Whether the text spells a number that is not finite (NaN or an infinity, in any of the
+// spellings the number parser knows), to say why a value was refused.
+inline bool ktXmlSpellsNonFiniteNumber(std::string_view text) {
+  double value = 0.0;
+  return ktXmlSimpleDetail::parseNumber(text, value) && !std::isfinite(value);
+}
+
+// Parses a simple value; floating-point fields take the values `reals` allows.
+template <KtXmlSimple T>
+bool ktXmlParseSimple(std::string_view text, T& value, KtXmlReals reals = KtXmlReals::finite) {
+  if constexpr (std::floating_point<T>) {
+    return KtXmlSimpleType<T>::parse(text, value, reals);
+  } else {
+    return KtXmlSimpleType<T>::parse(text, value);
+  }
+}
 
 // The qualified schema type name ("xs:double", ...) of a simple type.
 template <KtXmlSimple T>

@@ -6,6 +6,7 @@
 #include "xml/KtXmlObject.h"
 #include "xml/KtXmlReader.h"
 #include "xml/KtXmlSimpleType.h"
+#include "xml/KtXmlValueWarning.h"
 #include "xml/KtXmlWriter.h"
 
 // How the containers (pair, vector, set, map) read and write their entries, whatever the
@@ -26,18 +27,24 @@ struct KtXmlValueIo<T> {
   static bool equal(const T& a, const T& b) { return a.isEqual(b); }
 };
 
+// A simple value whose text cannot be taken is reported and left as it was.
 template <KtXmlSimple T>
 struct KtXmlValueIo<T> {
-  static bool read(KtXmlReader& reader, T& value) {
+  static bool read(KtXmlReader& reader, T& value, KtXmlReals reals = KtXmlReals::finite) {
     std::string& text = reader.textBuffer();
-    return reader.readContent(text) && KtXmlSimpleType<T>::parse(text, value) && reader.readEndTag();
+    if (!reader.readContent(text)) return false;
+    if (!ktXmlParseSimple(text, value, reals)) {
+      ktXmlWarnUnreadableValue(reader, "KtXmlBasicType", KtXmlSkipped::element, reader.token().name(), text);
+      return false;
+    }
+    return reader.readEndTag();
   }
-  static bool write(KtXmlWriter& writer, const T& value) {
+  static bool write(KtXmlWriter& writer, const T& value, KtXmlReals reals = KtXmlReals::finite) {
     // An empty string is left out, so that its element is written as nil.
     if constexpr (std::same_as<T, std::string>) {
       if (value.empty()) return true;
     }
-    writer.writeContentValue(value);
+    writer.writeContentValue(value, reals);
     return true;
   }
   static std::string schemaTypeName(const T&) { return ktXmlSchemaTypeOf<T>(); }

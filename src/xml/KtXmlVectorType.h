@@ -10,7 +10,8 @@
 
 // A vector of T: the attribute size, then the entries (numbers as one blank-separated
 // group, ten to a line; anything else as one element child per entry). An empty vector of
-// numbers has no group. Reading replaces the entries.
+// numbers has no group. Reading replaces the entries, unless a list of numbers in the
+// document is refused (see KtXmlSequence::readEntries): then the vector keeps them.
 template <typename T>
 class KtXmlVectorType : public KtXmlCloneable<KtXmlVectorType<T>, KtXmlObject> {
  public:
@@ -39,12 +40,13 @@ class KtXmlVectorType : public KtXmlCloneable<KtXmlVectorType<T>, KtXmlObject> {
 
   bool read(KtXmlReader& reader) override {
     this->beginRead();
-    m_entries.clear();
-    m_entries.reserve(KtXmlSequence<T>::reserveHint(reader));
-    return reader.readChildren([this, &reader](const KtToken& child) {
-      return KtXmlSequence<T>::readChild(reader, child,
-                                         [this](T&& entry) { m_entries.push_back(std::move(entry)); });
-    });
+    std::vector<T> entries;
+    entries.reserve(KtXmlSequence<T>::reserveHint(reader));
+    bool refused = false;
+    const bool read = KtXmlSequence<T>::readEntries(
+        reader, [&entries](T&& entry) { entries.push_back(std::move(entry)); }, refused);
+    if (!refused) m_entries = std::move(entries);
+    return read;
   }
   bool write(KtXmlWriter& writer) const override { return KtXmlSequence<T>::write(writer, m_entries); }
   void writeSchema(KtXmlWriter& writer) const override {

@@ -25,6 +25,19 @@ KtXmlWriter::KtXmlWriter(std::string fileName, std::ostream& out)
 
 KtXmlWriter::~KtXmlWriter() { flush(); }
 
+std::string_view KtXmlWriter::currentElementName() const {
+  return m_depth > 0 && m_depth <= m_open.size() ? std::string_view(m_open[m_depth - 1].qualifiedName)
+                                                 : std::string_view();
+}
+
+void KtXmlWriter::reportUnreadableValue(const char* kind, std::string_view name, std::string_view text) {
+  m_wroteUnreadable = true;
+  ktPrint(KtSeverity::Error,
+          "KtXmlWriter Error: %s %.*s: value %.*s is not finite and will not read back.\n\tFile: %s\n", kind,
+          static_cast<int>(name.size()), name.data(), static_cast<int>(text.size()), text.data(),
+          m_fileName.c_str());
+}
+
 bool KtXmlWriter::flush() {
   if (!m_out.empty()) {
     m_stream.write(m_out.data(), static_cast<std::streamsize>(m_out.size()));

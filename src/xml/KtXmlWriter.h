@@ -47,19 +47,33 @@ class KtXmlWriter {
   void writeContentItem(std::string_view text);
   void writeEndElement();
 
-  // Writes a simple value as an attribute or as a content item.
+  // Writes a simple value as an attribute or as a content item. A floating-point value that
+  // the reader would refuse (one that `reals` does not allow) is written all the same, so
+  // that the document shows it, but reported, and the document counts as not written.
   template <KtXmlSimple T>
-  void writeAttributeValue(const KtToken& token, const T& value) {
+  void writeAttributeValue(const KtToken& token, const T& value, KtXmlReals reals = KtXmlReals::finite) {
     m_format.clear();
     KtXmlSimpleType<T>::format(value, m_format);
+    if constexpr (std::floating_point<T>) {
+      if (!ktXmlSimpleDetail::isTaken(value, reals))
+        reportUnreadableValue("attribute", token.name(), m_format);
+    }
     writeAttribute(token, m_format);
   }
   template <KtXmlSimple T>
-  void writeContentValue(const T& value) {
+  void writeContentValue(const T& value, KtXmlReals reals = KtXmlReals::finite) {
     m_format.clear();
     KtXmlSimpleType<T>::format(value, m_format);
+    if constexpr (std::floating_point<T>) {
+      if (!ktXmlSimpleDetail::isTaken(value, reals))
+        reportUnreadableValue("element", currentElementName(), m_format);
+    }
     writeContentItem(m_format);
   }
+  // Reports a value, written as `text`, that the reader will refuse.
+  void reportUnreadableValue(const char* kind, std::string_view name, std::string_view text);
+  // Whether a value was reported so; the document then does not read back as it was.
+  bool wroteUnreadableValues() const { return m_wroteUnreadable; }
 
   // Hands everything written so far to the stream; false when the stream failed.
   bool flush();
@@ -90,6 +104,7 @@ class KtXmlWriter {
   void appendIndentation(std::size_t depth);
   bool isDeclared(const std::string& nameSpace) const;
   void flushIfLarge();
+  std::string_view currentElementName() const;
 
   std::ostream& m_stream;
   std::string m_fileName;
@@ -103,6 +118,7 @@ class KtXmlWriter {
   KtToken m_childToken;   // name of the latest wrapper part, reused
   std::string m_content;  // the pending content line of the current element
   int m_mode = kNothing;
+  bool m_wroteUnreadable = false;
   std::size_t m_depth = 0;
   std::size_t m_items = 0;
   struct OpenElement {

@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <fstream>
+#include <limits>
 #include <sstream>
 
 #include "manipulator/KtStatedSystem.h"
@@ -159,4 +161,71 @@ TEST(KtManipulatorDocumentTest, InvertedJointLimitsRefuseTheDocument) {
       "be read and is skipped.\n\tFile: limits.xml\n\tLine: 8\n"
       "KtXmlVariableVectorType Warning: entry http://kt.example.org/namespace/sm#individualManipulator "
       "could not be read and is skipped.\n\tFile: limits.xml\n\tLine: 8\n");
+}
+
+// A stray empty childLinks after the real one is reported with its line and skipped, so the
+// arm keeps its seven links.
+TEST(KtManipulatorDocumentTest, RepeatedChildLinksKeepTheFirst) {
+  std::string text = fileText(dataPath("craig_arm.xml"));
+  const std::size_t end = text.find("   </sm:individualManipulator>");
+  ASSERT_NE(end, std::string::npos);
+  text.insert(end, "    <sm:childLinks/>\n");
+  const auto line = std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(end), '\n') + 1;
+  PrintCapture capture;
+  KtStatedSystem stated;
+  ASSERT_TRUE(readText(stated, text));
+  EXPECT_EQ(
+      capture.text(),
+      "KtXmlCompoundType Warning: element childLinks appears more than once; the first is kept.\n\tFile: "
+      "memory.xml\n\tLine: " +
+          std::to_string(line) + "\n");
+  EXPECT_EQ(stated.system().manipulator(0).jointDof(), 7u);
+}
+
+// A manipulator where links stand, a link where joint kinematics stand, and numbers that are
+// not finite are each reported with their line and skipped. Joint limits may be infinite
+// (unlimited, the default) but not NaN; what was read writes out and reads back silently.
+TEST(KtManipulatorDocumentTest, MisplacedAndNonFiniteElementsAreReportedAndSkipped) {
+  const std::string text = R"(<sm:manipulatorSystem xmlns:sm="http://kt.example.org/namespace/sm">
+<sm:manipulators><sm:individualManipulator><sm:childLinks>
+<sm:individualManipulator><sm:childLinks><sm:manipulatorLink/></sm:childLinks></sm:individualManipulator>
+<sm:deformableManipulatorLink><sm:linkKinematicsContainer><sm:manipulatorLink/>
+<sm:denavitHartenberg><sm:a>inf</sm:a><sm:d>0.5</sm:d></sm:denavitHartenberg></sm:linkKinematicsContainer>
+<sm:upperLimitConstraint>nan</sm:upperLimitConstraint><sm:lowerLimitConstraint>-1</sm:lowerLimitConstraint>
+</sm:deformableManipulatorLink><sm:manipulatorLink/>
+</sm:childLinks></sm:individualManipulator></sm:manipulators></sm:manipulatorSystem>)";
+  const auto refused = [](const char* element, int line) {
+    return "KtXmlVariableVectorType Warning: entry http://kt.example.org/namespace/sm#" +
+           std::string(element) +
+           " is not accepted here and is skipped.\n\tFile: memory.xml\n\tLine: " + std::to_string(line) +
+           "\n";
+  };
+  const auto notFinite = [](const char* element, const char* value, int line) {
+    return "KtXmlBasicType Warning: element " + std::string(element) + ": value \"" + value +
+           "\" is not finite; the element is skipped.\n\tFile: memory.xml\n\tLine: " + std::to_string(line) +
+           "\n";
+  };
+  PrintCapture capture;
+  KtManipulatorSystem system;
+  ASSERT_TRUE(readText(system, text));
+  EXPECT_EQ(capture.text(), refused("individualManipulator", 3) + refused("manipulatorLink", 4) +
+                                notFinite("a", "inf", 5) + notFinite("upperLimitConstraint", "nan", 6));
+  const KtIndividualManipulator& arm = system.manipulator(0);
+  ASSERT_EQ(arm.jointDof(), 2u);
+  const KtManipulatorLink& link = arm.link(0);
+  EXPECT_TRUE(link.isDeformable());
+  EXPECT_EQ(link.denavitHartenberg()->a(), 0.0);
+  EXPECT_EQ(link.denavitHartenberg()->d(), 0.5);
+  EXPECT_EQ(link.upperLimitConstraint(), std::numeric_limits<KtReal>::infinity());
+  EXPECT_EQ(link.lowerLimitConstraint(), -1.0);
+  EXPECT_EQ(arm.link(1).lowerLimitConstraint(), -std::numeric_limits<KtReal>::infinity());
+
+  capture.clear();
+  const std::string once = written(system, "memory.xml");
+  EXPECT_NE(once.find("<sm:upperLimitConstraint>INF</sm:upperLimitConstraint>"), std::string::npos);
+  EXPECT_NE(once.find("<sm:lowerLimitConstraint>-INF</sm:lowerLimitConstraint>"), std::string::npos);
+  KtManipulatorSystem again;
+  ASSERT_TRUE(readText(again, once));
+  EXPECT_EQ(capture.text(), "");
+  EXPECT_TRUE(again.isEqual(system));
 }

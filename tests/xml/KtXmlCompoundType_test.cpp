@@ -72,7 +72,7 @@ TEST(KtXmlCompoundType, writesComponentsInByteOrderOfLocalNames) {
                ordered.isKindOne(unknown));
 }
 
-// Children whose read fails leave their member alone; kind-0 components are still read.
+// Kind-0 components are read too.
 TEST(KtXmlCompoundType, readsChildrenInAnyOrderAndIgnoresUnknownOnesSilently) {
   PrintCapture capture;
   KtOrdered ordered;
@@ -80,13 +80,45 @@ TEST(KtXmlCompoundType, readsChildrenInAnyOrderAndIgnoresUnknownOnesSilently) {
   ASSERT_TRUE(
       ktTestRead(ordered,
                  "<mn:ordered xmlns:mn=\"u\" id=\"9\"><zeta>10</zeta><unknown a=\"1\"><x>y</x></unknown>"
-                 "<Alpha>20</Alpha><zeta>30</zeta><beta>40</beta><hidden>50</hidden>"
-                 "<beta>not a number</beta></mn:ordered>"));
+                 "<Alpha>20</Alpha><beta>40</beta><hidden>50</hidden></mn:ordered>"));
   EXPECT_EQ(capture.text(), "");
   EXPECT_TRUE(ordered.wasRead() && ordered.isInitialized());
   EXPECT_EQ(std::vector<int>({ordered.m_id, ordered.m_alpha, ordered.m_zeta, ordered.m_beta,
                               ordered.m_otherBeta, ordered.m_hidden}),
-            (std::vector<int>{9, 20, 30, 3, 40, 50}));
+            (std::vector<int>{9, 20, 10, 3, 40, 50}));
+}
+
+// A component takes the first element of its name, even one that could not be read: every
+// later one is reported and skipped, whatever it holds. The record of what was read starts
+// afresh with every read.
+TEST(KtXmlCompoundType, keepsTheFirstOfRepeatedChildrenAndReportsTheOthers) {
+  PrintCapture capture;
+  KtOrdered ordered;
+  const std::string document =
+      "<mn:ordered xmlns:mn=\"u\" id=\"x\">\n<zeta>10</zeta><hidden>50</hidden>\n<zeta/>\n"
+      "<beta>not a number</beta><part><value>1</value></part>\n<beta>40</beta><hidden>60</hidden>\n"
+      "<part><value>2</value></part></mn:ordered>";
+  ASSERT_TRUE(ktTestRead(ordered, document));
+  const auto repeated = [](const char* name, int line) {
+    return "KtXmlCompoundType Warning: element " + std::string(name) +
+           " appears more than once; the first is kept.\n\tFile: test.xml\n\tLine: " + std::to_string(line) +
+           "\n";
+  };
+  EXPECT_EQ(capture.text(),
+            "KtXmlCompoundType Warning: attribute id: value \"x\" cannot be read; the attribute is skipped.\n"
+            "\tFile: test.xml\n\tLine: 1\n" +
+                repeated("zeta", 3) +
+                "KtXmlBasicType Warning: element beta: value \"not a number\" cannot be read; the element is "
+                "skipped.\n\tFile: test.xml\n\tLine: 4\n" +
+                repeated("beta", 5) + repeated("hidden", 5) + repeated("part", 6));
+  EXPECT_EQ(std::vector<int>({ordered.m_id, ordered.m_zeta, ordered.m_otherBeta, ordered.m_hidden}),
+            (std::vector<int>{6, 10, 4, 50}));
+  EXPECT_EQ(ordered.m_part.m_value, 1.0);
+  capture.clear();
+  ASSERT_TRUE(ktTestRead(ordered, "<ordered><zeta>11</zeta><part><value>3</value></part></ordered>"));
+  EXPECT_EQ(capture.text(), "");
+  EXPECT_EQ(ordered.m_zeta, 11);
+  EXPECT_EQ(ordered.m_part.m_value, 3.0);
 }
 
 // A writer that writes everything writes the omitted part too. A part that came from a
