@@ -1,10 +1,12 @@
 #include "manipulator/KtCoordinateSystemTransformation.h"
 
 #include <typeinfo>
+#include <utility>
 
 #include "xml/KtXmlOrientation.h"
 #include "xml/KtXmlReader.h"
 #include "xml/KtXmlSchema.h"
+#include "xml/KtXmlValueWarning.h"
 #include "xml/KtXmlVector.h"
 #include "xml/KtXmlWriter.h"
 
@@ -27,9 +29,18 @@ bool KtCoordinateSystemTransformation::read(KtXmlReader& reader) {
   beginRead();
   Kt::Vector translation;
   Kt::Orientation orientation;
+  // Each part takes its first element; a later one is reported and skipped.
+  bool hasTranslation = false;
+  bool hasOrientation = false;
+  const auto first = [&reader](bool& seen, std::string_view name) {
+    if (seen) ktXmlWarnRepeatedElement(reader, "KtCoordinateSystemTransformation", name);
+    return !std::exchange(seen, true);
+  };
   const bool read = reader.readChildren([&](const KtToken& child) {
-    if (child.name() == kTranslation) return KtXmlValueIo<Kt::Vector>::read(reader, translation);
-    if (child.name() == kOrientation) return KtXmlValueIo<Kt::Orientation>::read(reader, orientation);
+    if (child.name() == kTranslation)
+      return first(hasTranslation, kTranslation) && KtXmlValueIo<Kt::Vector>::read(reader, translation);
+    if (child.name() == kOrientation)
+      return first(hasOrientation, kOrientation) && KtXmlValueIo<Kt::Orientation>::read(reader, orientation);
     return false;
   });
   Kt::coordinateSystemTransformation::operator=(Kt::coordinateSystemTransformation(translation, orientation));

@@ -2,7 +2,6 @@
 
 #include <typeinfo>
 
-#include "foundation/Print.h"
 #include "xml/KtXmlReader.h"
 #include "xml/KtXmlTypeName.h"
 #include "xml/KtXmlValueWarning.h"
@@ -87,10 +86,7 @@ bool KtXmlCompoundType::read(KtXmlReader& reader) {
     const std::size_t slot = m_components.indexOf(child.name());
     if (slot == m_components.npos) return false;
     if (m_readSlots[slot]) {
-      ktPrint(KtSeverity::Warning,
-              "KtXmlCompoundType Warning: element %s appears more than once; the first is kept.\n\tFile: "
-              "%s\n\tLine: %d\n",
-              child.name().c_str(), reader.fileName().c_str(), reader.line());
+      ktXmlWarnRepeatedElement(reader, "KtXmlCompoundType", child.name());
       return false;
     }
     m_readSlots[slot] = true;

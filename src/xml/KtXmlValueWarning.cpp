@@ -24,3 +24,9 @@ void ktXmlWarnUnreadableValue(const KtXmlReader& reader, const char* className, 
           kind, static_cast<int>(name.size()), name.data(), static_cast<int>(shown), text.data(),
           shown < text.size() ? "..." : "", why, left, reader.fileName().c_str(), reader.line());
 }
+
+void ktXmlWarnRepeatedElement(const KtXmlReader& reader, const char* className, std::string_view name) {
+  ktPrint(KtSeverity::Warning,
+          "%s Warning: element %.*s appears more than once; the first is kept.\n\tFile: %s\n\tLine: %d\n",
+          className, static_cast<int>(name.size()), name.data(), reader.fileName().c_str(), reader.line());
+}

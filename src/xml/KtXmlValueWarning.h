@@ -13,3 +13,7 @@ enum class KtXmlSkipped { element, attribute, list };
 // held; for a list of numbers, one bad entry rejects the whole list.
 void ktXmlWarnUnreadableValue(const KtXmlReader& reader, const char* className, KtXmlSkipped skipped,
                               std::string_view name, std::string_view text);
+
+// Warns that the element `name` appears again where only its first occurrence is taken; the
+// caller skips this one.
+void ktXmlWarnRepeatedElement(const KtXmlReader& reader, const char* className, std::string_view name);

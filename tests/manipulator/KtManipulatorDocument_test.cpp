@@ -164,8 +164,8 @@ TEST(KtManipulatorDocumentTest, InvertedJointLimitsRefuseTheDocument) {
 }
 
 // A stray empty childLinks after the real one is reported with its line and skipped, so the
-// arm keeps its seven links.
-TEST(KtManipulatorDocumentTest, RepeatedChildLinksKeepTheFirst) {
+// arm keeps its seven links; a placement keeps its first translation likewise.
+TEST(KtManipulatorDocumentTest, RepeatedElementsKeepTheFirst) {
   std::string text = fileText(dataPath("craig_arm.xml"));
   const std::size_t end = text.find("   </sm:individualManipulator>");
   ASSERT_NE(end, std::string::npos);
@@ -180,6 +180,16 @@ TEST(KtManipulatorDocumentTest, RepeatedChildLinksKeepTheFirst) {
       "memory.xml\n\tLine: " +
           std::to_string(line) + "\n");
   EXPECT_EQ(stated.system().manipulator(0).jointDof(), 7u);
+
+  capture.clear();
+  KtCoordinateSystemTransformation placement;
+  ASSERT_TRUE(readText(
+      placement, "<p><translation x=\"1\" y=\"0\" z=\"0\"/>\n<translation x=\"2\" y=\"0\" z=\"0\"/></p>"));
+  EXPECT_EQ(
+      capture.text(),
+      "KtCoordinateSystemTransformation Warning: element translation appears more than once; the first is "
+      "kept.\n\tFile: memory.xml\n\tLine: 2\n");
+  EXPECT_EQ(placement.translation(), Kt::Vector(1, 0, 0));
 }
 
 // A manipulator where links stand, a link where joint kinematics stand, and numbers that are
