@@ -6,7 +6,10 @@
 #include "manipulator/KtStatedSystem.h"
 #include "manipulator/ManipulatorTestSupport.h"
 #include "support/PrintCapture.h"
+#include "xml/KtStreamTestFiles.h"
 #include "xml/KtXmlFile.h"
+#include "xml/KtXmlLimits.h"
+#include "xml/KtXmlWriter.h"
 
 using namespace manipulator_test;
 
@@ -60,6 +63,22 @@ const char* const kDocumentWithUnknownParts = R"(<?xml version="1.0"?>
   </sm:system>
 </sm:statedSystem>
 )";
+
+// The deepest element nesting of a document and its widest indentation, counted from the text.
+std::pair<std::size_t, std::size_t> nestingAndIndentation(const std::string& text) {
+  std::size_t depth = 0, deepest = 0, widest = 0;
+  for (std::size_t at = text.find('<'); at != std::string::npos; at = text.find('<', at + 1)) {
+    if (text[at + 1] == '/') {
+      --depth;
+    } else if (text[at + 1] != '?') {
+      deepest = std::max(deepest, ++depth);
+      if (text[text.find('>', at) - 1] == '/') --depth;
+    }
+    const std::size_t lineStart = text.rfind('\n', at) + 1;
+    widest = std::max(widest, text.find_first_not_of(' ', lineStart) - lineStart);
+  }
+  return {deepest, widest};
+}
 
 }  // namespace
 
@@ -132,4 +151,40 @@ TEST(KtManipulatorDocumentTest, ReadingAParameterDropsCachedFrames) {
   text.replace(text.find(oldD), oldD.size(), "<sm:d>0.5</sm:d>");
   ASSERT_TRUE(readText(stated, text));
   expectFramesFresh(stated.system().manipulator(0), active);
+}
+
+// A chain nests two elements deeper with each link. Chains are saved with one link more each
+// time until the writer refuses: the last one saved is as deep as the reader accepts, reads
+// back equal and is indented no further than the cap; the refused save names the element,
+// leaves the earlier file as it was and no stray file beside it.
+TEST(KtManipulatorDocumentTest, ChainsTooDeepToReadBackAreRefused) {
+  TempDirectory directory;
+  const std::string name = directory.file("chain.xml");
+  KtStatedSystem stated;
+  stated.system().addManipulator(makeSerialArm(craigArmRows()));
+  KtIndividualManipulator& arm = stated.system().manipulator(0);
+  const DhRow row{KtDhType::craig, KtJointType::rotational, 0.1, 0.2, 0.3, 0.0};
+  std::string lastSaved;
+  KtManipulatorSystem lastSystem;
+  PrintCapture capture;
+  for (int parent = static_cast<int>(arm.jointDof()) - 1;; ++parent) {
+    arm.addLink(parent, makeLink(row, "link"));
+    if (arm.jointDof() < 100) continue;
+    if (!ktWriteObjectToFile(stated, name)) break;
+    ASSERT_LT(arm.jointDof(), ktXmlMaxDepth);
+    lastSaved = readBytes(name);
+    lastSystem = stated.system();
+  }
+  EXPECT_EQ(capture.text(),
+            "KtXmlWriter Error: element a is nested deeper than 256 levels and could not be read back; the "
+            "document is not written.\n\tFile: " +
+                name + "\n");
+  EXPECT_EQ(readBytes(name), lastSaved);
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(directory.path()), {}), 1);
+  const auto [deepest, widest] = nestingAndIndentation(lastSaved);
+  EXPECT_GE(deepest + 2, ktXmlMaxDepth + 1);
+  EXPECT_EQ(widest, KtXmlWriter::kMaxIndentedDepth);
+  KtStatedSystem loaded;
+  ASSERT_TRUE(ktReadObjectFromFile(loaded, name));
+  EXPECT_TRUE(loaded.system().isEqual(lastSystem));
 }
