@@ -235,13 +235,23 @@ void KtXmlWriter::writeAttribute(const KtToken& token, std::string_view value) {
   appendAttribute(prefix != nullptr ? std::string_view(*prefix) : std::string_view(), token, value);
 }
 
+// The prefix of a namespace, declared on the current element unless already in scope.
+std::string KtXmlWriter::prefixInScope(std::string_view nameSpace) {
+  if (const std::string* bound = boundPrefix(nameSpace)) return *bound;
+  declare(freePrefix(nameSpace), nameSpace);
+  return m_bindings.back().prefix;
+}
+
 void KtXmlWriter::writeQualifiedAttribute(const KtToken& token, std::string_view value) {
   if (!startTagIsOpen(token)) return;
-  const std::string& nameSpace = token.nameSpace();
-  if (nameSpace.empty()) return appendAttribute({}, token, value);
-  if (const std::string* bound = boundPrefix(nameSpace)) return appendAttribute(*bound, token, value);
-  declare(freePrefix(nameSpace), nameSpace);
-  appendAttribute(m_bindings.back().prefix, token, value);
+  appendAttribute(token.nameSpace().empty() ? std::string() : prefixInScope(token.nameSpace()), token, value);
+}
+
+void KtXmlWriter::writeQualifiedNameAttribute(const KtToken& token, const KtToken& value) {
+  if (!startTagIsOpen(token)) return;
+  std::string text = value.nameSpace().empty() ? std::string() : prefixInScope(value.nameSpace()) + ':';
+  text += value.name();
+  writeQualifiedAttribute(token, text);
 }
 
 void KtXmlWriter::writeContentItem(std::string_view text) {

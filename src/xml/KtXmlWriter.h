@@ -56,6 +56,9 @@ class KtXmlWriter {
   // An attribute with its namespace (for content passed through unchanged): the namespace
   // is declared on the current element unless it is already in scope.
   void writeQualifiedAttribute(const KtToken& token, std::string_view value);
+  // An attribute whose value is a qualified name (xsi:type), written with the prefix of
+  // that name's namespace, which is declared as well when needed.
+  void writeQualifiedNameAttribute(const KtToken& token, const KtToken& value);
   void writeContentItem(std::string_view text);
   void writeEndElement();
 
@@ -107,6 +110,7 @@ class KtXmlWriter {
   bool isPrefixBound(std::string_view prefix) const;
   std::string freePrefix(std::string_view nameSpace) const;
   void declare(std::string prefix, std::string_view nameSpace);
+  std::string prefixInScope(std::string_view nameSpace);
   bool refuseDeeperNesting(const KtToken& token);
   bool startTagIsOpen(const KtToken& token) const;
   void appendAttribute(std::string_view prefix, const KtToken& token, std::string_view value);
