@@ -109,6 +109,8 @@ bool KtXmlCompoundType::write(KtXmlWriter& writer) const {
   }
   bool written = true;
   for (const auto& [token, component] : m_components) {
+    // A refused document is abandoned at once rather than walked to its end.
+    if (writer.hasFailed()) return false;
     if (isKindZero(token)) continue;
     if (!everything && !component->requiresWriting() && component->mayBeOmitted()) continue;
     writer.writeStartElement(token);

@@ -1,5 +1,9 @@
 #include "xml/KtXmlFile.h"
 
+#include <unistd.h>
+
+#include <atomic>
+#include <filesystem>
 #include <fstream>
 
 #include "foundation/Print.h"
@@ -7,6 +11,7 @@
 #include "xml/KtXmlReader.h"
 #include "xml/KtXmlVersion.h"
 #include "xml/KtXmlWriter.h"
+#include "xml/KtXmlWriterDefaults.h"
 
 namespace {
 
@@ -19,6 +24,16 @@ const KtToken& versionToken() {
 std::string schemaPath(const std::string& documentName, const std::string& schemaFile) {
   const std::size_t separator = documentName.find_last_of("/\\");
   return separator == std::string::npos ? schemaFile : documentName.substr(0, separator + 1) + schemaFile;
+}
+
+// A name beside the document, ending like the document's own name so that it is
+// compressed the same way, for the document while it is being written.
+std::string temporaryPathFor(const std::string& documentName) {
+  static std::atomic<unsigned> counter{0};
+  const std::size_t separator = documentName.find_last_of("/\\");
+  const std::size_t baseStart = separator == std::string::npos ? 0 : separator + 1;
+  return documentName.substr(0, baseStart) + ".~" + std::to_string(::getpid()) + '.' +
+         std::to_string(counter++) + '.' + documentName.substr(baseStart);
 }
 
 }  // namespace
@@ -71,17 +86,33 @@ bool ktWriteObjectToStream(const KtXmlObject& object, std::ostream& stream, cons
 }
 
 bool ktWriteObjectToFile(const KtXmlObject& object, const std::string& name) {
-  const std::unique_ptr<std::ostream> stream = ktOpenDocumentForWriting(name);
-  if (!stream) {
-    ktPrint(KtSeverity::Error, "KtXmlWriter Error: not able to open file: %s\n", name.c_str());
+  // The document is written under a temporary name and takes its own name only once it is
+  // complete, so that a failed or refused save leaves any earlier file of that name intact.
+  const std::string temporary = temporaryPathFor(name);
+  bool written = false;
+  {
+    const std::unique_ptr<std::ostream> stream = ktOpenDocumentForWriting(temporary);
+    if (!stream) {
+      ktPrint(KtSeverity::Error, "KtXmlWriter Error: not able to open file: %s\n", name.c_str());
+      return false;
+    }
+    KtXmlWriter writer(name, *stream);
+    written = ktWriteRootObject(object, writer);
+  }
+  std::error_code error;
+  if (written) std::filesystem::rename(temporary, name, error);
+  if (!written || error) {
+    if (written)
+      ktPrint(KtSeverity::Error, "KtXmlWriter Error: not able to replace file: %s\n", name.c_str());
+    std::filesystem::remove(temporary, error);
     return false;
   }
-  KtXmlWriter writer(name, *stream);
-  if (!ktWriteRootObject(object, writer)) return false;
-  if (!writer.writesSchema()) return true;
-  const std::string path = schemaPath(name, writer.schemaFileName(object.elementToken()));
-  std::ofstream schema(path);
-  ktWriteSchema(object, writer, schema);
+  if (!KtXmlWriterDefaults::instance().writeSchema) return true;
+  std::ofstream schema;
+  KtXmlWriter schemaWriter(name, schema);
+  const std::string path = schemaPath(name, schemaWriter.schemaFileName(object.elementToken()));
+  schema.open(path);
+  ktWriteSchema(object, schemaWriter, schema);
   schema.flush();
   if (!schema) {
     ktPrint(KtSeverity::Error, "KtXmlWriter Error: not able to write schema file: %s\n", path.c_str());

@@ -7,6 +7,7 @@
 
 #include "foundation/Print.h"
 #include "xml/KtXmlLimits.h"
+#include "xml/KtXmlNamespaces.h"
 #include "xml/KtXmlText.h"
 
 namespace {
@@ -48,6 +49,11 @@ KtXmlFileReader::KtXmlFileReader(std::istream& stream, std::string fileName, KtX
 void KtXmlFileReader::swapAttributes(std::vector<KtXmlAttribute>& storage, std::size_t& count) {
   m_attributes.swap(storage);
   std::swap(m_attributeCount, count);
+}
+
+void KtXmlFileReader::swapSchemaInstanceAttributes(std::vector<KtXmlAttribute>& storage, std::size_t& count) {
+  m_schemaInstanceAttributes.swap(storage);
+  std::swap(m_schemaInstanceCount, count);
 }
 
 void KtXmlFileReader::report(KtSeverity severity, std::string_view text) const {
@@ -312,6 +318,14 @@ KtXmlItem KtXmlFileReader::beginElement(bool empty) {
     else
       resolveName(attribute.qualifiedName, attribute.token);
   }
+  for (std::span<KtXmlAttribute> list : {attributes(), schemaInstanceAttributes()}) {
+    for (KtXmlAttribute& attribute : list) {
+      if (attribute.token.name() == "type" && attribute.token.nameSpace() == ktSchemaInstanceNamespace)
+        resolveName(attribute.value, attribute.typeName);
+      else
+        attribute.typeName.assign({}, {});
+    }
+  }
   m_rootSeen = true;
   if (m_openCount == m_open.size()) m_open.emplace_back();
   m_open[m_openCount++] = m_qualifiedName;
@@ -330,6 +344,7 @@ bool KtXmlFileReader::takeOutNamespaceAttributes(std::size_t depth) {
   const std::size_t firstOfTag = m_bindings.size();
   std::size_t kept = 0;
   m_nil = false;
+  m_schemaInstanceCount = 0;
   for (std::size_t i = 0; i < m_attributeCount; ++i) {
     KtXmlAttribute& attribute = m_attributes[i];
     const std::string_view name = attribute.qualifiedName;
@@ -346,6 +361,11 @@ bool KtXmlFileReader::takeOutNamespaceAttributes(std::size_t depth) {
       m_bindings.push_back({std::string(prefix), attribute.value, depth});
     } else if (name.starts_with("xsi:")) {
       if (name == "xsi:nil") m_nil = attribute.value == "true" || attribute.value == "1";
+      if (m_schemaInstanceCount == m_schemaInstanceAttributes.size())
+        m_schemaInstanceAttributes.emplace_back();
+      KtXmlAttribute& schemaInstance = m_schemaInstanceAttributes[m_schemaInstanceCount++];
+      std::swap(schemaInstance, attribute);
+      schemaInstance.token.assign(ktSchemaInstanceNamespace, localPartOf(schemaInstance.qualifiedName));
     } else {
       std::swap(m_attributes[kept++], attribute);
     }

@@ -18,6 +18,8 @@ struct KtXmlAttribute {
   std::string qualifiedName;
   KtToken token;
   std::string value;
+  // For xsi:type: the type its value names, resolved against the namespaces in scope.
+  KtToken typeName;
   bool consumed = false;
 };
 
@@ -34,7 +36,8 @@ struct KtXmlByteCount {
 // instructions and the document type declaration are skipped; no DTD or entity is ever
 // expanded (only the five predefined entities and character references are decoded).
 // Namespace declarations are taken out of the attribute lists and used to resolve names;
-// "xsi:" attributes belong to the schema-instance namespace and are taken out as well.
+// "xsi:" attributes belong to the schema-instance namespace and are taken out as well, into
+// a list of their own.
 // Every error is printed once, wrapped with the file name and line, after which the
 // tokenizer only answers Error.
 //
@@ -58,9 +61,14 @@ class KtXmlFileReader {
   // The attributes of the last start or empty tag, and whether it carried xsi:nil="true".
   std::span<KtXmlAttribute> attributes() { return {m_attributes.data(), m_attributeCount}; }
   bool isNil() const { return m_nil; }
+  // The "xsi:" attributes of the last start or empty tag, in the schema-instance namespace.
+  std::span<KtXmlAttribute> schemaInstanceAttributes() {
+    return {m_schemaInstanceAttributes.data(), m_schemaInstanceCount};
+  }
   // Exchanges the attribute storage with the caller's, so that a caller can keep the
   // attributes of a start tag while the tokenizer goes on (the storage is reused).
   void swapAttributes(std::vector<KtXmlAttribute>& storage, std::size_t& count);
+  void swapSchemaInstanceAttributes(std::vector<KtXmlAttribute>& storage, std::size_t& count);
 
   // The text of the last content item, with surrounding blanks removed and references decoded.
   std::string& content() { return m_text; }
@@ -135,6 +143,8 @@ class KtXmlFileReader {
   KtToken m_token;
   std::vector<KtXmlAttribute> m_attributes;  // entries beyond m_attributeCount are spare
   std::size_t m_attributeCount = 0;
+  std::vector<KtXmlAttribute> m_schemaInstanceAttributes;  // entries beyond the count are spare
+  std::size_t m_schemaInstanceCount = 0;
   bool m_nil = false;
   std::string m_text;
 };

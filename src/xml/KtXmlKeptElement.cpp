@@ -1,45 +1,58 @@
 #include "xml/KtXmlKeptElement.h"
 
+#include <span>
 #include <typeinfo>
 
+#include "xml/KtXmlNamespaces.h"
 #include "xml/KtXmlReader.h"
 #include "xml/KtXmlSchema.h"
-#include "xml/KtXmlText.h"
 #include "xml/KtXmlWriter.h"
 
 namespace {
 
-void splitIntoItems(std::string_view text, std::vector<std::string>& items) {
-  std::size_t position = 0;
-  while (position < text.size()) {
-    while (position < text.size() && ktXmlIsBlank(static_cast<unsigned char>(text[position]))) ++position;
-    const std::size_t begin = position;
-    while (position < text.size() && !ktXmlIsBlank(static_cast<unsigned char>(text[position]))) ++position;
-    if (position > begin) items.emplace_back(text.substr(begin, position - begin));
-  }
+const KtToken& nilToken() {
+  static const KtToken token = KtToken::fromParts(ktSchemaInstanceNamespace, "nil");
+  return token;
 }
 
 // Reads the inside of the element just entered, up to and including its end tag.
 bool readBody(KtXmlReader& reader, KtXmlKeptElement::Node& node) {
-  for (KtXmlAttribute& attribute : reader.attributes()) {
-    node.attributes.emplace_back(attribute.token.name(), attribute.value);
-    attribute.consumed = true;
+  // Schema-instance attributes are kept after the others: one bound under another prefix
+  // is written back as "xsi:" and read among those the next time, so this gives one order.
+  for (const bool schemaInstance : {false, true}) {
+    for (std::span<KtXmlAttribute> list : {reader.attributes(), reader.schemaInstanceAttributes()}) {
+      for (KtXmlAttribute& attribute : list) {
+        if ((attribute.token.nameSpace() == ktSchemaInstanceNamespace) != schemaInstance) continue;
+        // A type named in a namespace is kept by its name: the prefix is the writer's choice.
+        if (attribute.typeName.nameSpace().empty())
+          node.attributes.push_back({attribute.token, attribute.value, {}});
+        else
+          node.attributes.push_back({attribute.token, {}, attribute.typeName});
+        attribute.consumed = true;
+      }
+    }
   }
-  if (reader.peek() == KtXmlItem::Content) {
-    std::string& text = reader.textBuffer();
-    if (!reader.readContent(text)) return false;
-    splitIntoItems(text, node.contentItems);
-  }
-  return reader.readChildren([&reader, &node](const KtToken& child) {
+  if (reader.peek() == KtXmlItem::Content && !reader.readContent(node.text)) return false;
+  const bool read = reader.readChildren([&reader, &node](const KtToken& child) {
     node.children.push_back(KtXmlKeptElement::Node{child, {}, {}, {}});
     return readBody(reader, node.children.back());
   });
+  // The writer marks every element that holds nothing as nil; such a mark alone is the
+  // writer's form of an empty element, not something to keep.
+  if (node.text.empty() && node.children.empty() && node.attributes.size() == 1 &&
+      node.attributes[0].name == nilToken() && node.attributes[0].value == "true")
+    node.attributes.clear();
+  return read;
 }
 
 void writeBody(KtXmlWriter& writer, const KtXmlKeptElement::Node& node) {
-  for (const auto& [name, value] : node.attributes)
-    writer.writeAttribute(KtToken::fromParts("", name), value);
-  for (const std::string& item : node.contentItems) writer.writeContentItem(item);
+  for (const KtXmlKeptElement::Attribute& attribute : node.attributes) {
+    if (attribute.typeName.nameSpace().empty())
+      writer.writeQualifiedAttribute(attribute.name, attribute.value);
+    else
+      writer.writeQualifiedNameAttribute(attribute.name, attribute.typeName);
+  }
+  if (!node.text.empty()) writer.writeContentItem(node.text);
   for (const KtXmlKeptElement::Node& child : node.children) {
     writer.writeStartElement(child.token);
     writeBody(writer, child);

@@ -1,26 +1,34 @@
 #pragma once
 
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "xml/KtXmlObject.h"
 
 // An element that this program does not interpret but must not lose: everything inside
-// it (attributes, content, child elements at any depth) is kept as it was read and
-// written back the same way, so that loading and saving a document reproduces it.
+// it (attributes with their namespaces, the schema-instance attributes such as xsi:type
+// and xsi:nil, content text, child elements at any depth) is kept as it was read and
+// written back, so that loading and saving a document keeps its meaning and a second
+// save reproduces the first byte for byte.
 //
-// Content is kept as its blank-separated items, which the writer lays out again ten to a
-// line exactly as it did when it wrote the document first.
+// Content text is kept whole, inner blanks and line breaks included. Names keep their
+// namespaces; the prefixes are the writer's own (a default namespace comes back under a
+// prefix), and the schema-instance attributes follow the others.
 class KtXmlKeptElement : public KtXmlCloneable<KtXmlKeptElement, KtXmlObject> {
  public:
+  struct Attribute {
+    KtToken name;
+    std::string value;
+    KtToken typeName;  // for xsi:type: the type named by the value, in its namespace
+    bool operator==(const Attribute& other) const = default;
+  };
   struct Node {
     KtToken token;
-    std::vector<std::pair<std::string, std::string>> attributes;  // local name, value
-    std::vector<std::string> contentItems;
+    std::vector<Attribute> attributes;
+    std::string text;
     std::vector<Node> children;
 
-    bool empty() const { return attributes.empty() && contentItems.empty() && children.empty(); }
+    bool empty() const { return attributes.empty() && text.empty() && children.empty(); }
     bool operator==(const Node& other) const = default;
   };
 

@@ -124,6 +124,11 @@ std::span<KtXmlAttribute> KtXmlReader::attributes() {
   return {m_attributes.data(), m_attributeCount};
 }
 
+std::span<KtXmlAttribute> KtXmlReader::schemaInstanceAttributes() {
+  if (m_attributesDepth != m_depth || m_depth == 0) return {};
+  return {m_schemaInstanceAttributes.data(), m_schemaInstanceCount};
+}
+
 const std::string* KtXmlReader::attribute(std::string_view localName) {
   for (KtXmlAttribute& candidate : attributes()) {
     if (candidate.token.name() == localName) {
@@ -162,6 +167,7 @@ bool KtXmlReader::enterElement() {
                          "file possibly not valid.\n\tPrevious attribute names were not used.");
   KtXmlFileReader& tokenizer = top();
   tokenizer.swapAttributes(m_attributes, m_attributeCount);
+  tokenizer.swapSchemaInstanceAttributes(m_schemaInstanceAttributes, m_schemaInstanceCount);
   m_token = tokenizer.token();
   m_nil = tokenizer.isNil();
   m_empty = item == KtXmlItem::EmptyElement;

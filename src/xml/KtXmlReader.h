@@ -47,6 +47,9 @@ class KtXmlReader {
   // The attributes of the current element (none once a child has been entered). Marking
   // an attribute consumed tells the reader that it was used.
   std::span<KtXmlAttribute> attributes();
+  // The current element's "xsi:" attributes (xsi:nil, xsi:type, ...), which the reader
+  // takes apart from the others: they describe the element rather than belong to it.
+  std::span<KtXmlAttribute> schemaInstanceAttributes();
   // The value of the current element's attribute with this local name, marked consumed;
   // null when the element has no such attribute.
   const std::string* attribute(std::string_view localName);
@@ -114,6 +117,8 @@ class KtXmlReader {
   bool m_nil = false;
   std::vector<KtXmlAttribute> m_attributes;
   std::size_t m_attributeCount = 0;
+  std::vector<KtXmlAttribute> m_schemaInstanceAttributes;
+  std::size_t m_schemaInstanceCount = 0;
   std::size_t m_attributesDepth = 0;  // depth of the element the attributes belong to; 0 for none
   std::string m_text;
 };

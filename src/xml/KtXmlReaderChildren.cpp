@@ -1,3 +1,4 @@
+#include <span>
 #include <sstream>
 
 #include "foundation/Print.h"
@@ -21,9 +22,14 @@ bool KtXmlReader::getChildrenAsString(std::string& text) {
         child.assign(m_token.nameSpace().empty() ? std::string_view(nameSpace) : m_token.nameSpace(),
                      m_token.name());
         writer.writeStartElement(child);
-        for (KtXmlAttribute& attribute : attributes()) {
-          attribute.consumed = true;
-          writer.writeAttribute(attribute.token, attribute.value);
+        for (std::span<KtXmlAttribute> list : {attributes(), schemaInstanceAttributes()}) {
+          for (KtXmlAttribute& attribute : list) {
+            attribute.consumed = true;
+            if (attribute.typeName.nameSpace().empty())
+              writer.writeQualifiedAttribute(attribute.token, attribute.value);
+            else
+              writer.writeQualifiedNameAttribute(attribute.token, attribute.typeName);
+          }
         }
         break;
       case KtXmlItem::Content:

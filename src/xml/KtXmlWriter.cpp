@@ -1,6 +1,9 @@
 #include "xml/KtXmlWriter.h"
 
+#include <algorithm>
+
 #include "foundation/Print.h"
+#include "xml/KtXmlLimits.h"
 #include "xml/KtXmlNamespaces.h"
 #include "xml/KtXmlText.h"
 
@@ -8,11 +11,26 @@ namespace {
 
 constexpr std::size_t kBlockSize = 1 << 16;
 
-// The element prefix of a namespace: the last segment of its URI path.
-std::string_view prefixOf(std::string_view nameSpace) {
+// The last segment of a namespace URI's path: the prefix the writer prefers for it.
+std::string_view lastSegmentOf(std::string_view nameSpace) {
   const std::size_t slash = nameSpace.rfind('/');
   return slash == std::string_view::npos ? nameSpace : nameSpace.substr(slash + 1);
 }
+
+bool isAsciiLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
+
+// A prefix must be an XML name without colons that does not start with the reserved "xml".
+bool isUsablePrefix(std::string_view prefix) {
+  if (prefix.empty() || !(isAsciiLetter(prefix[0]) || prefix[0] == '_')) return false;
+  for (const char c : prefix) {
+    if (!(isAsciiLetter(c) || (c >= '0' && c <= '9') || c == '_' || c == '-' || c == '.')) return false;
+  }
+  return !(prefix.size() >= 3 && (prefix[0] | 0x20) == 'x' && (prefix[1] | 0x20) == 'm' &&
+           (prefix[2] | 0x20) == 'l');
+}
+
+// The prefix the schema-instance attributes are known by; the reader reserves it.
+constexpr std::string_view kSchemaInstancePrefix = "xsi";
 
 }  // namespace
 
@@ -39,6 +57,7 @@ void KtXmlWriter::reportUnreadableValue(const char* kind, std::string_view name,
 }
 
 bool KtXmlWriter::flush() {
+  if (m_failed) return false;
   if (!m_out.empty()) {
     m_stream.write(m_out.data(), static_cast<std::streamsize>(m_out.size()));
     m_out.clear();
@@ -61,28 +80,66 @@ std::string KtXmlWriter::schemaFileName(const KtToken& root) const {
   const std::size_t separator = name.find_last_of("/\\");
   if (separator != std::string::npos) name.erase(0, separator + 1);
   name += '.';
-  name += prefixOf(root.nameSpace());
+  name += lastSegmentOf(root.nameSpace());
   name += ".xsd";
   return name;
 }
 
-void KtXmlWriter::appendIndentation(std::size_t depth) {
-  for (std::size_t i = 0; i < depth; ++i) m_out += m_strings.indentation;
+void KtXmlWriter::appendIndentation(std::string& out, std::size_t depth) const {
+  for (std::size_t i = std::min(depth, kMaxIndentedDepth); i > 0; --i) out += m_strings.indentation;
 }
 
-bool KtXmlWriter::isDeclared(const std::string& nameSpace) const {
-  for (const auto& declared : m_declared) {
-    if (declared.second == nameSpace) return true;
+const std::string* KtXmlWriter::boundPrefix(std::string_view nameSpace) const {
+  for (const Binding& binding : m_bindings) {
+    if (binding.nameSpace == nameSpace) return &binding.prefix;
+  }
+  return nullptr;
+}
+
+bool KtXmlWriter::isPrefixBound(std::string_view prefix) const {
+  for (const Binding& binding : m_bindings) {
+    if (binding.prefix == prefix) return true;
   }
   return false;
 }
 
-void KtXmlWriter::appendQualifiedName(const KtToken& token) {
-  if (!token.nameSpace().empty()) {
-    m_out += prefixOf(token.nameSpace());
-    m_out += ':';
+// A prefix for a namespace not in scope: one bound to nothing else, so that a declaration
+// never hides another.
+std::string KtXmlWriter::freePrefix(std::string_view nameSpace) const {
+  const bool schemaInstance = nameSpace == ktSchemaInstanceNamespace;
+  std::string base(schemaInstance ? kSchemaInstancePrefix : lastSegmentOf(nameSpace));
+  if (!isUsablePrefix(base)) base = "ns";
+  std::string prefix = base;
+  for (unsigned suffix = 2; isPrefixBound(prefix) || (prefix == kSchemaInstancePrefix && !schemaInstance);
+       ++suffix) {
+    prefix = base + std::to_string(suffix);
   }
-  m_out += token.name();
+  return prefix;
+}
+
+// Declares the namespace on the current element, whose start tag is still open.
+void KtXmlWriter::declare(std::string prefix, std::string_view nameSpace) {
+  m_out += " xmlns:";
+  m_out += prefix;
+  m_out += "=\"";
+  ktXmlAppendEscaped(m_out, nameSpace, true);
+  m_out += '"';
+  m_bindings.push_back({m_depth, std::move(prefix), std::string(nameSpace)});
+}
+
+// A document nested deeper than the reader accepts could not be loaded again: it is
+// refused as a whole when its first element beyond that depth begins.
+bool KtXmlWriter::refuseDeeperNesting(const KtToken& token) {
+  if (m_failed) return true;
+  if (m_depth < ktXmlMaxDepth) return false;
+  ktPrint(KtSeverity::Error,
+          "KtXmlWriter Error: element %s is nested deeper than %zu levels and could not be read back; "
+          "the document is not written.\n\tFile: %s\n",
+          token.name().c_str(), ktXmlMaxDepth, m_fileName.c_str());
+  m_failed = true;
+  m_out.clear();
+  m_content.clear();
+  return true;
 }
 
 void KtXmlWriter::writeRootStartElement(const KtToken& token) {
@@ -113,16 +170,25 @@ void KtXmlWriter::closeStartTagForChild() {
 }
 
 void KtXmlWriter::beginElement(const KtToken& token, bool root) {
-  if (token.nameSpace().empty()) {
+  if (refuseDeeperNesting(token)) return;
+  const std::string& nameSpace = token.nameSpace();
+  if (nameSpace.empty()) {
     ktPrint(KtSeverity::Error, "KtXmlWriter Error: All elements must have namespace: %s\n\tFile: %s\n",
             token.name().c_str(), m_fileName.c_str());
   }
   closeStartTagForChild();
-  appendIndentation(m_depth);
-  const std::size_t nameStart = m_out.size() + 1;
+  appendIndentation(m_out, m_depth);
+  ++m_depth;
+  if (m_open.size() < m_depth) m_open.resize(m_depth);
+  OpenElement& element = m_open[m_depth - 1];
+  const std::string* bound = nameSpace.empty() ? nullptr : boundPrefix(nameSpace);
+  std::string newPrefix = bound != nullptr || nameSpace.empty() ? std::string() : freePrefix(nameSpace);
+  element.qualifiedName.clear();
+  if (!nameSpace.empty()) element.qualifiedName.append(bound != nullptr ? *bound : newPrefix).append(1, ':');
+  element.qualifiedName += token.name();
+  element.nameSpace = nameSpace;
   m_out += '<';
-  appendQualifiedName(token);
-  const std::size_t nameLength = m_out.size() - nameStart;
+  m_out += element.qualifiedName;
   if (root) {
     m_out += ' ';
     if (m_strings.schemaInstanceDeclaration.empty()) {
@@ -132,55 +198,77 @@ void KtXmlWriter::beginElement(const KtToken& token, bool root) {
     } else {
       m_out += m_strings.schemaInstanceDeclaration;
     }
-    m_out += "\n  xsi:schemaLocation=\"" + token.nameSpace() + "\n  " + m_strings.schemaLocationBase +
+    m_out += "\n  xsi:schemaLocation=\"" + nameSpace + "\n  " + m_strings.schemaLocationBase +
              schemaFileName(token) + '"';
+    m_bindings.push_back(
+        {m_depth, std::string(kSchemaInstancePrefix), std::string(ktSchemaInstanceNamespace)});
   }
-  ++m_depth;
-  if (!token.nameSpace().empty() && !isDeclared(token.nameSpace())) {
-    m_out += " xmlns:";
-    m_out += prefixOf(token.nameSpace());
-    m_out += "=\"";
-    ktXmlAppendEscaped(m_out, token.nameSpace(), true);
-    m_out += '"';
-    m_declared.emplace_back(m_depth, token.nameSpace());
-  }
-  if (m_open.size() < m_depth) m_open.resize(m_depth);
-  m_open[m_depth - 1].qualifiedName.assign(m_out, nameStart, nameLength);
-  m_open[m_depth - 1].nameSpace = token.nameSpace();
+  if (!newPrefix.empty()) declare(std::move(newPrefix), nameSpace);
   m_mode = kStartTag;
   m_items = 0;
   m_content.clear();
   flushIfLarge();
 }
 
-void KtXmlWriter::writeAttribute(const KtToken& token, std::string_view value) {
-  if (m_mode != kStartTag && m_mode != kAttributes) {
-    ktPrint(KtSeverity::Error,
-            "KtXmlWriter Error: element %s is placing content at incorrect location.\n\tFile: %s\n",
-            token.name().c_str(), m_fileName.c_str());
-    return;
-  }
+bool KtXmlWriter::startTagIsOpen(const KtToken& token) const {
+  if (m_failed) return false;
+  if (m_mode == kStartTag || m_mode == kAttributes) return true;
+  ktPrint(KtSeverity::Error,
+          "KtXmlWriter Error: element %s is placing content at incorrect location.\n\tFile: %s\n",
+          token.name().c_str(), m_fileName.c_str());
+  return false;
+}
+
+void KtXmlWriter::appendAttribute(std::string_view prefix, const KtToken& token, std::string_view value) {
   m_out += ' ';
-  if (!token.nameSpace().empty()) {
-    if (isDeclared(token.nameSpace())) {
-      ktPrint(KtSeverity::Error, "KtXmlWriter Error: no namespace on attributes preferred: %s\n\tFile: %s\n",
-              token.toString().c_str(), m_fileName.c_str());
-      appendQualifiedName(token);
-    } else {
-      ktPrint(KtSeverity::Error, "KtXmlWriter Error: attribute namespace doesn't exist: %s\n\tFile: %s\n",
-              token.toString().c_str(), m_fileName.c_str());
-      m_out += token.name();
-    }
-  } else {
-    m_out += token.name();
+  if (!prefix.empty()) {
+    m_out += prefix;
+    m_out += ':';
   }
+  m_out += token.name();
   m_out += "=\"";
   ktXmlAppendEscaped(m_out, value, true);
   m_out += '"';
   m_mode = kAttributes;
 }
 
+void KtXmlWriter::writeAttribute(const KtToken& token, std::string_view value) {
+  if (!startTagIsOpen(token)) return;
+  const std::string* prefix = nullptr;
+  if (!token.nameSpace().empty()) {
+    prefix = boundPrefix(token.nameSpace());
+    if (prefix != nullptr) {
+      ktPrint(KtSeverity::Error, "KtXmlWriter Error: no namespace on attributes preferred: %s\n\tFile: %s\n",
+              token.toString().c_str(), m_fileName.c_str());
+    } else {
+      ktPrint(KtSeverity::Error, "KtXmlWriter Error: attribute namespace doesn't exist: %s\n\tFile: %s\n",
+              token.toString().c_str(), m_fileName.c_str());
+    }
+  }
+  appendAttribute(prefix != nullptr ? std::string_view(*prefix) : std::string_view(), token, value);
+}
+
+// The prefix of a namespace, declared on the current element unless already in scope.
+std::string KtXmlWriter::prefixInScope(std::string_view nameSpace) {
+  if (const std::string* bound = boundPrefix(nameSpace)) return *bound;
+  declare(freePrefix(nameSpace), nameSpace);
+  return m_bindings.back().prefix;
+}
+
+void KtXmlWriter::writeQualifiedAttribute(const KtToken& token, std::string_view value) {
+  if (!startTagIsOpen(token)) return;
+  appendAttribute(token.nameSpace().empty() ? std::string() : prefixInScope(token.nameSpace()), token, value);
+}
+
+void KtXmlWriter::writeQualifiedNameAttribute(const KtToken& token, const KtToken& value) {
+  if (!startTagIsOpen(token)) return;
+  std::string text = value.nameSpace().empty() ? std::string() : prefixInScope(value.nameSpace()) + ':';
+  text += value.name();
+  writeQualifiedAttribute(token, text);
+}
+
 void KtXmlWriter::writeContentItem(std::string_view text) {
+  if (m_failed) return;
   if (m_mode != kStartTag && m_mode != kAttributes && m_mode != kContent) {
     const char* element =
         m_depth > 0 && m_depth <= m_open.size() ? m_open[m_depth - 1].qualifiedName.c_str() : "";
@@ -192,7 +280,7 @@ void KtXmlWriter::writeContentItem(std::string_view text) {
   if (m_items != 0) {
     if (m_items % kItemsPerLine == 0) {
       m_content += '\n';
-      for (std::size_t i = 0; i < m_depth; ++i) m_content += m_strings.indentation;
+      appendIndentation(m_content, m_depth);
     } else {
       m_content += ' ';
     }
@@ -203,6 +291,7 @@ void KtXmlWriter::writeContentItem(std::string_view text) {
 }
 
 void KtXmlWriter::writeEndElement() {
+  if (m_failed) return;
   if (m_depth == 0 ||
       (m_mode != kStartTag && m_mode != kAttributes && m_mode != kContent && m_mode != kEndTag)) {
     ktPrint(KtSeverity::Error, "KtXmlWriter Error: end tag following incorrect mode %d.  File %s\n", m_mode,
@@ -221,10 +310,10 @@ void KtXmlWriter::writeEndElement() {
       m_out += '>';
       if (m_content.size() > kLongContent) {
         m_out += '\n';
-        appendIndentation(m_depth);
+        appendIndentation(m_out, m_depth);
         m_out += m_content;
         m_out += '\n';
-        appendIndentation(m_depth - 1);
+        appendIndentation(m_out, m_depth - 1);
       } else {
         m_out += m_content;
       }
@@ -232,10 +321,10 @@ void KtXmlWriter::writeEndElement() {
       m_content.clear();
       break;
     default:
-      appendIndentation(m_depth - 1);
+      appendIndentation(m_out, m_depth - 1);
       m_out += "</" + name + ">\n";
   }
-  while (!m_declared.empty() && m_declared.back().first >= m_depth) m_declared.pop_back();
+  while (!m_bindings.empty() && m_bindings.back().depth >= m_depth) m_bindings.pop_back();
   --m_depth;
   m_mode = kEndTag;
   flushIfLarge();

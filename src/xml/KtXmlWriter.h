@@ -4,7 +4,6 @@
 #include <ostream>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 #include "xml/KtToken.h"
@@ -15,11 +14,21 @@
 // Lays out one XML document on the caller's stream.
 //
 // Elements are written by name (token); the element prefix is the last path segment of the
-// token's namespace URI, declared on the first element that uses it. Content items are
+// token's namespace URI, declared on the first element that uses it. When that segment is
+// not a usable prefix, or the prefix is already bound to another namespace in scope, a
+// free variant is chosen ("ns", or the segment followed by a number), so that every name
+// written resolves back to its own namespace. Content items are
 // gathered on the element's line, blank-separated and ten to a line; content longer than
 // 50 characters is set off on lines of its own. An element closed with nothing written
 // into it becomes a nil element. Mistakes of the caller are reported and the writer goes
 // on, so the document may then be malformed.
+//
+// Lines are indented once per level of depth up to kMaxIndentedDepth levels; deeper
+// elements keep that indentation, so that the size of a document grows with its number
+// of elements and not with the square of its depth. Nesting deeper than the reader
+// accepts (ktXmlMaxDepth) is refused: the writer reports it once, writes nothing more
+// and answers false from flush() and hasFailed(), so that the caller can discard the
+// document instead of keeping one that cannot be read back.
 //
 // Output is collected in memory and handed to the stream in large blocks; flush() (or the
 // destructor) hands over the rest.
@@ -44,6 +53,12 @@ class KtXmlWriter {
   // A child element in the namespace of the current element (for the parts of a wrapper).
   void writeStartElement(std::string_view localName);
   void writeAttribute(const KtToken& token, std::string_view value);
+  // An attribute with its namespace (for content passed through unchanged): the namespace
+  // is declared on the current element unless it is already in scope.
+  void writeQualifiedAttribute(const KtToken& token, std::string_view value);
+  // An attribute whose value is a qualified name (xsi:type), written with the prefix of
+  // that name's namespace, which is declared as well when needed.
+  void writeQualifiedNameAttribute(const KtToken& token, const KtToken& value);
   void writeContentItem(std::string_view text);
   void writeEndElement();
 
@@ -75,8 +90,11 @@ class KtXmlWriter {
   // Whether a value was reported so; the document then does not read back as it was.
   bool wroteUnreadableValues() const { return m_wroteUnreadable; }
 
-  // Hands everything written so far to the stream; false when the stream failed.
+  // Hands everything written so far to the stream; false when the stream failed or the
+  // document was refused.
   bool flush();
+  // The document was refused (nested too deeply); nothing is written any more.
+  bool hasFailed() const { return m_failed; }
 
   // Whether components that could be omitted are written all the same.
   bool writesEveryComponent() const { return m_writeEveryComponent; }
@@ -96,13 +114,20 @@ class KtXmlWriter {
 
   static constexpr std::size_t kItemsPerLine = 10;
   static constexpr std::size_t kLongContent = 50;
+  static constexpr std::size_t kMaxIndentedDepth = 32;
 
  private:
   void beginElement(const KtToken& token, bool root);
   void closeStartTagForChild();
-  void appendQualifiedName(const KtToken& token);
-  void appendIndentation(std::size_t depth);
-  bool isDeclared(const std::string& nameSpace) const;
+  void appendIndentation(std::string& out, std::size_t depth) const;
+  const std::string* boundPrefix(std::string_view nameSpace) const;
+  bool isPrefixBound(std::string_view prefix) const;
+  std::string freePrefix(std::string_view nameSpace) const;
+  void declare(std::string prefix, std::string_view nameSpace);
+  std::string prefixInScope(std::string_view nameSpace);
+  bool refuseDeeperNesting(const KtToken& token);
+  bool startTagIsOpen(const KtToken& token) const;
+  void appendAttribute(std::string_view prefix, const KtToken& token, std::string_view value);
   void flushIfLarge();
   std::string_view currentElementName() const;
 
@@ -119,12 +144,18 @@ class KtXmlWriter {
   std::string m_content;  // the pending content line of the current element
   int m_mode = kNothing;
   bool m_wroteUnreadable = false;
+  bool m_failed = false;
   std::size_t m_depth = 0;
   std::size_t m_items = 0;
   struct OpenElement {
     std::string qualifiedName;
     std::string nameSpace;
   };
-  std::vector<OpenElement> m_open;                              // entries beyond m_depth are spare
-  std::vector<std::pair<std::size_t, std::string>> m_declared;  // depth of declaration, namespace
+  struct Binding {
+    std::size_t depth;  // of the element that declares it
+    std::string prefix;
+    std::string nameSpace;
+  };
+  std::vector<OpenElement> m_open;  // entries beyond m_depth are spare
+  std::vector<Binding> m_bindings;  // prefixes in scope, outermost first; no prefix is bound twice
 };

@@ -8,7 +8,10 @@
 #include "manipulator/KtStatedSystem.h"
 #include "manipulator/ManipulatorTestSupport.h"
 #include "support/PrintCapture.h"
+#include "xml/KtStreamTestFiles.h"
 #include "xml/KtXmlFile.h"
+#include "xml/KtXmlLimits.h"
+#include "xml/KtXmlWriter.h"
 
 using namespace manipulator_test;
 
@@ -63,6 +66,37 @@ const char* const kDocumentWithUnknownParts = R"(<?xml version="1.0"?>
 </sm:statedSystem>
 )";
 
+// A stated system whose processing parameters and first link's shapes are given.
+std::string documentKeeping(const std::string& kept) {
+  return R"(<?xml version="1.0"?>
+<sm:statedSystem xmlns:sm="http://kt.example.org/namespace/sm" xmlns:ct="http://kt.example.org/namespace/ct"
+    xmlns:xsi="http://www.w3.org/2001/XMLSchema-instance" version="2.0.0">
+  <sm:processingParameters>)" +
+         kept + R"(</sm:processingParameters>
+  <sm:system><sm:manipulators><sm:individualManipulator><sm:childLinks><sm:manipulatorLink>
+    <sm:shapeContainer>)" +
+         kept + R"(</sm:shapeContainer>
+  </sm:manipulatorLink></sm:childLinks></sm:individualManipulator></sm:manipulators></sm:system>
+</sm:statedSystem>
+)";
+}
+
+// The deepest element nesting of a document and its widest indentation, counted from the text.
+std::pair<std::size_t, std::size_t> nestingAndIndentation(const std::string& text) {
+  std::size_t depth = 0, deepest = 0, widest = 0;
+  for (std::size_t at = text.find('<'); at != std::string::npos; at = text.find('<', at + 1)) {
+    if (text[at + 1] == '/') {
+      --depth;
+    } else if (text[at + 1] != '?') {
+      deepest = std::max(deepest, ++depth);
+      if (text[text.find('>', at) - 1] == '/') --depth;
+    }
+    const std::size_t lineStart = text.rfind('\n', at) + 1;
+    widest = std::max(widest, text.find_first_not_of(' ', lineStart) - lineStart);
+  }
+  return {deepest, widest};
+}
+
 }  // namespace
 
 TEST(KtManipulatorDocumentTest, SampleDocumentsAreReproducedByteForByte) {
@@ -111,8 +145,9 @@ TEST(KtManipulatorDocumentTest, UninterpretedElementsSurviveLoadingAndSaving) {
   const std::string once = written(first, "kept.xml");
   for (const char* kept :
        {"<sm:stepCount>12</sm:stepCount>", "kind=\"soft\">0.5 0.25</ct:gain>", "<sm:plane normal=\"0 0 1\"/>",
-        "<sm:label>floor of the cell</sm:label>", "<sm:pair a=\"1\" b=\"2\"/>", "1 2 3 4 5 6 7 8 9 10\n",
-        "<sm:sphere radius=\"0.1\"/>", "<sm:mass>2.5</sm:mass>", "<sm:stiffness>100</sm:stiffness>"}) {
+        "<sm:label>floor of the cell</sm:label>", "<sm:pair a=\"1\" b=\"2\"/>",
+        ">1 2 3 4 5 6 7 8 9 10 11 12</sm:surface>", "<sm:sphere radius=\"0.1\"/>", "<sm:mass>2.5</sm:mass>",
+        "<sm:stiffness>100</sm:stiffness>"}) {
     EXPECT_NE(once.find(kept), std::string::npos) << kept;
   }
   KtStatedSystem second;
@@ -238,4 +273,92 @@ TEST(KtManipulatorDocumentTest, MisplacedAndNonFiniteElementsAreReportedAndSkipp
   ASSERT_TRUE(readText(again, once));
   EXPECT_EQ(capture.text(), "");
   EXPECT_TRUE(again.isEqual(system));
+}
+
+// A chain nests two elements deeper with each link. Chains are saved with one link more each
+// time until the writer refuses: the last one saved is as deep as the reader accepts, reads
+// back equal and is indented no further than the cap; the refused save names the element,
+// leaves the earlier file as it was and no stray file beside it.
+TEST(KtManipulatorDocumentTest, ChainsTooDeepToReadBackAreRefused) {
+  TempDirectory directory;
+  const std::string name = directory.file("chain.xml");
+  KtStatedSystem stated;
+  stated.system().addManipulator(makeSerialArm(craigArmRows()));
+  KtIndividualManipulator& arm = stated.system().manipulator(0);
+  const DhRow row{KtDhType::craig, KtJointType::rotational, 0.1, 0.2, 0.3, 0.0};
+  std::string lastSaved;
+  KtManipulatorSystem lastSystem;
+  PrintCapture capture;
+  for (int parent = static_cast<int>(arm.jointDof()) - 1;; ++parent) {
+    arm.addLink(parent, makeLink(row, "link"));
+    if (arm.jointDof() < 100) continue;
+    if (!ktWriteObjectToFile(stated, name)) break;
+    ASSERT_LT(arm.jointDof(), ktXmlMaxDepth);
+    lastSaved = readBytes(name);
+    lastSystem = stated.system();
+  }
+  EXPECT_EQ(capture.text(),
+            "KtXmlWriter Error: element a is nested deeper than 256 levels and could not be read back; the "
+            "document is not written.\n\tFile: " +
+                name + "\n");
+  EXPECT_EQ(readBytes(name), lastSaved);
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(directory.path()), {}), 1);
+  const auto [deepest, widest] = nestingAndIndentation(lastSaved);
+  EXPECT_GE(deepest + 2, ktXmlMaxDepth + 1);
+  EXPECT_EQ(widest, KtXmlWriter::kMaxIndentedDepth);
+  KtStatedSystem loaded;
+  ASSERT_TRUE(ktReadObjectFromFile(loaded, name));
+  EXPECT_TRUE(loaded.system().isEqual(lastSystem));
+}
+
+// Elements kept unchanged survive any number of loads and saves: the first save shows what
+// the original held (names in their namespaces, attributes with theirs, xsi:type naming a
+// declared type, text with its inner blanks), each later load holds the same, and every
+// later save gives the same bytes. Nothing is reported on the way.
+TEST(KtManipulatorDocumentTest, KeptElementsAreAFixedPointOfLoadingAndSaving) {
+  const char* const ct = "xmlns:ct=\"http://kt.example.org/namespace/ct\"";
+  const std::pair<std::string, std::string> cases[] = {
+      // kept snippet, part of the first save
+      {R"(<ct:gain ct:kind="soft" sm:unit="N" plain="1">0.5 0.25</ct:gain>)",
+       std::string("<ct:gain ") + ct + R"( ct:kind="soft" sm:unit="N" plain="1">0.5 0.25</ct:gain>)"},
+      {R"(<sm:shape xsi:type="ct:sphereType" radius="0.1"/><sm:gone xsi:nil="true" note="n"/>)",
+       std::string(R"(<sm:shape radius="0.1" )") + ct + R"( xsi:type="ct:sphereType"/>)"},
+      {R"(<sm:gone xsi:nil="true" note="n"/><sm:none xsi:nil="1"/>)",
+       "<sm:gone note=\"n\" xsi:nil=\"true\"/>\n  <sm:none xsi:nil=\"1\"/>"},
+      {R"(<sm:alias xmlns:i="http://www.w3.org/2001/XMLSchema-instance" i:type="ct:boxType" b="2"/>)",
+       std::string(R"(<sm:alias b="2" )") + ct + R"( xsi:type="ct:boxType"/>)"},
+      {R"(<group xmlns="http://other.example.com/a/b/c/deep/v2"><item k="1">x</item><item/></group>)",
+       "<v2:group xmlns:v2=\"http://other.example.com/a/b/c/deep/v2\">\n   <v2:item k=\"1\">x</v2:item>"},
+      {R"(<o:thing xmlns:o="http://other.example.com/very/deep/path/to/sm"><o:part o:at="1"><sm:own/></o:part></o:thing>)",
+       "<sm2:part sm2:at=\"1\">\n    <sm:own xsi:nil=\"true\"/>"},
+      {R"(<p:n xmlns:p="http://one.example.com/x"><q:n xmlns:q="http://two.example.com/x" q:v="2" p:v="1"/></p:n>)",
+       R"(<x2:n xmlns:x2="http://two.example.com/x" x2:v="2" x:v="1"/>)"},
+      {R"(<s:a xmlns:s="http://other.example.com/ns/"><h:b xmlns:h="http://other.example.com/ns#frag"/></s:a>)",
+       R"(<ns2:b xmlns:ns2="http://other.example.com/ns#frag" xsi:nil="true"/>)"},
+      {R"(<u:grip xmlns:u="urn:example:robot:grip" xmlns:w="http://w.example.com/xmlish" w:only="&lt;&amp;"/>)",
+       R"(<ns:grip xmlns:ns="urn:example:robot:grip" xmlns:ns2="http://w.example.com/xmlish" ns2:only="&lt;&amp;"/>)"},
+      {"<sm:label>  two  blanks\tand &lt;tag&gt; &amp; &quot;q&quot; &#233;\n   next line  </sm:label>",
+       "two  blanks\tand &lt;tag&gt; &amp; \"q\" \xe9\n   next line\n  </sm:label>"},
+      {"<sm:list>1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16 17 18 19 20 21 22 23 24 25</sm:list>",
+       "1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16 17 18 19 20 21 22 23 24 25\n"},
+      {R"(<sm:a><sm:b><sm:c x="1">deep  text</sm:c><ct:d/></sm:b><sm:b/></sm:a>)",
+       R"(<sm:c x="1">deep  text</sm:c>)"},
+  };
+  for (const auto& [snippet, expected] : cases) {
+    KtStatedSystem original;
+    {
+      PrintCapture stateCompleted;  // the document has no state: the first load adds it
+      ASSERT_TRUE(readText(original, documentKeeping(snippet))) << snippet;
+    }
+    PrintCapture capture;
+    const std::string saved = written(original, "kept.xml");
+    EXPECT_NE(saved.find(expected), std::string::npos) << snippet << "\n" << saved;
+    for (int round = 0; round < 2; ++round) {
+      KtStatedSystem loaded;
+      ASSERT_TRUE(readText(loaded, saved)) << snippet << "\n" << saved;
+      EXPECT_TRUE(loaded.isEqual(original)) << snippet << "\n" << saved;
+      EXPECT_EQ(written(loaded, "kept.xml"), saved) << snippet;
+    }
+    EXPECT_EQ(capture.text(), "") << snippet;
+  }
 }

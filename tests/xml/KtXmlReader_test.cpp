@@ -188,25 +188,27 @@ TEST(KtXmlReader, reportsReadErrorsOfTheStream) {
   EXPECT_EQ(capture.text(), wrapped(readError, 1));
 }
 
-// The children of an element come back as a document fragment of their own (namespaces declared
-// on each child, nil elements marked), the element's end tag taken; an early end is reported.
+// The children of an element come back as a document fragment of their own (namespaces declared,
+// attributes with their namespaces, xsi:type naming a declared type, text with its inner blanks,
+// nil elements marked), the element's end tag taken; an early end is reported.
 TEST(KtXmlReader, givesChildrenAsText) {
   std::istringstream in(
       "<sm:keeper xmlns:sm=\"http://kt.example.org/namespace/sm\" "
       "xmlns:ct=\"http://kt.example.org/namespace/ct\">"
-      "<sm:environment kind=\"room\"><ct:wall height=\"2.5\"><ct:corner>1 2 "
-      "3</ct:corner><ct:corner/></ct:wall>"
-      "<floor>wood</floor></sm:environment><sm:count>3</sm:count></sm:keeper>");
+      "<sm:environment kind=\"room\"><ct:wall height=\"2.5\" ct:side=\"north\" xsi:type=\"ct:wallType\">"
+      "<ct:corner>1 2 3</ct:corner><ct:corner/></ct:wall>"
+      "<floor>oak  and\n  wood</floor></sm:environment><sm:count>3</sm:count></sm:keeper>");
   KtXmlReader reader(in, "x.xml");
   ASSERT_TRUE(reader.enterElement() && reader.enterElement());
   std::string text;
   ASSERT_TRUE(reader.getChildrenAsString(text));
   EXPECT_EQ(text,
-            "<ct:wall xmlns:ct=\"http://kt.example.org/namespace/ct\" height=\"2.5\">\n"
+            "<ct:wall xmlns:ct=\"http://kt.example.org/namespace/ct\" height=\"2.5\" ct:side=\"north\" "
+            "xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\" xsi:type=\"ct:wallType\">\n"
             " <ct:corner>1 2 3</ct:corner>\n"
             " <ct:corner xsi:nil=\"true\"/>\n"
             "</ct:wall>\n"
-            "<sm:floor xmlns:sm=\"http://kt.example.org/namespace/sm\">wood</sm:floor>\n");
+            "<sm:floor xmlns:sm=\"http://kt.example.org/namespace/sm\">oak  and\n  wood</sm:floor>\n");
   EXPECT_EQ(reader.depth(), 1u) << "the element's end tag is taken";
   EXPECT_EQ(reader.peek(), KtXmlItem::StartTag);
   ASSERT_TRUE(reader.enterElement() && reader.getChildrenAsString(text));
