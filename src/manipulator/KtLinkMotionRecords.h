@@ -20,12 +20,18 @@ struct KtLinkMotion {
 
 // The velocity state of one manipulator and the link motions computed from it, one record per
 // link index and one for the base. A motion also rests on the link frames, so the records are
-// dropped both when the velocity state is set and when the frames they were computed from have
+// dropped both when the velocity state changes and when the frames they were computed from have
 // been dropped (the frames' change count moved on).
 class KtLinkMotionRecords {
  public:
   const KtVelocityState& velocityState() const { return m_velocityState; }
+  // Keeps the records when the state is the one they were computed from, so that a caller
+  // may hand over the current velocity state every step at no cost.
   void setVelocityState(const KtVelocityState& state) {
+    if (state.jointVelocities() == m_velocityState.jointVelocities() &&
+        state.generalVelocity().linear() == m_velocityState.generalVelocity().linear() &&
+        state.generalVelocity().angular() == m_velocityState.generalVelocity().angular())
+      return;
     m_velocityState = state;
     invalidateAll();
   }

@@ -1,7 +1,7 @@
 #include "manipulator/KtStatedSystem.h"
 
 #include "foundation/Print.h"
-#include "manipulator/KtSystemActiveState.h"
+#include "manipulator/KtModelRevision.h"
 #include "xml/KtXmlNamespaces.h"
 
 const KtToken& KtStatedSystem::elementToken() const {
@@ -23,20 +23,25 @@ bool KtStatedSystem::read(KtXmlReader& reader) {
   return read;
 }
 
-// `kind` names the state vector ("position" or "velocity") in the message.
+// `kind` names what the index is checked against ("position state", "velocity state" or
+// "system") in the message.
 bool KtStatedSystem::indexValid(int index, std::size_t count, const char* kind, const char* operation) {
   if (index >= 0 && static_cast<std::size_t>(index) < count) return true;
-  ktPrint(KtSeverity::Error, "KtStatedSystem::%s(): manipulator index %d to big for %s state size, %d\n",
-          operation, index, kind, static_cast<int>(count));
+  ktPrint(KtSeverity::Error, "KtStatedSystem::%s(): manipulator index %d to big for %s size, %d\n", operation,
+          index, kind, static_cast<int>(count));
   return false;
 }
 
 bool KtStatedSystem::positionIndexValid(int index, const char* operation) const {
-  return indexValid(index, m_state.positionStates().size(), "position", operation);
+  return indexValid(index, m_state.positionStates().size(), "position state", operation);
 }
 
 bool KtStatedSystem::velocityIndexValid(int index, const char* operation) const {
-  return indexValid(index, m_state.velocityStates().size(), "velocity", operation);
+  return indexValid(index, m_state.velocityStates().size(), "velocity state", operation);
+}
+
+bool KtStatedSystem::manipulatorIndexValid(int index, const char* operation) const {
+  return indexValid(index, m_system.size(), "system", operation);
 }
 
 bool KtStatedSystem::setIndividualState(int manipulatorIndex, const KtPositionState& position) {
@@ -73,6 +78,34 @@ bool KtStatedSystem::rotateIndividualBaseVelocity(int manipulatorIndex, const Kt
   return true;
 }
 
+bool KtStatedSystem::integrateIndividualState(int manipulatorIndex, KtReal dt, KtIntegrationStatus& status) {
+  const char* operation = "integrateIndividualState";
+  if (!manipulatorIndexValid(manipulatorIndex, operation) ||
+      !positionIndexValid(manipulatorIndex, operation) || !velocityIndexValid(manipulatorIndex, operation))
+    return false;
+  const auto index = static_cast<std::size_t>(manipulatorIndex);
+  m_system.manipulator(index).integrateState(m_state.velocityStates()[index], dt,
+                                             m_state.positionStates()[index], status);
+  return true;
+}
+
+void KtStatedSystem::prepareActiveStates() const {
+  m_activeStates.update(m_system, m_state);
+  m_preparedRevision = KtModelRevision::current();
+}
+
+KtManipulatorActiveState* KtStatedSystem::activeState(int manipulatorIndex) const {
+  if (!manipulatorIndexValid(manipulatorIndex, "activeState")) return nullptr;
+  if (m_preparedRevision != KtModelRevision::current() || m_activeStates.size() != m_system.size())
+    prepareActiveStates();
+  const auto index = static_cast<std::size_t>(manipulatorIndex);
+  KtManipulatorActiveState& active = m_activeStates.manipulatorActiveState(index);
+  if (index < m_state.positionStates().size())
+    active.activePositionState().setPositionState(m_state.positionStates()[index]);
+  if (index < m_state.velocityStates().size()) active.setVelocityState(m_state.velocityStates()[index]);
+  return &active;
+}
+
 bool KtStatedSystem::validateTopLevelDimensions() {
   const std::size_t count = m_system.size();
   if (m_state.positionStates().size() == count && m_state.velocityStates().size() == count) return true;
@@ -82,6 +115,7 @@ bool KtStatedSystem::validateTopLevelDimensions() {
           "the input file--correcting.\n");
   m_state.positionStates().resize(count);
   m_state.velocityStates().resize(count);
+  prepareActiveStates();
   return false;
 }
 
@@ -104,6 +138,7 @@ bool KtStatedSystem::validateLowLevelDimensions() {
     valid &= hasLength(m_state.positionStates()[i].jointPositions(), dof, "positions");
     valid &= hasLength(m_state.velocityStates()[i].jointVelocities(), dof, "velocities");
   }
+  prepareActiveStates();
   return valid;
 }
 
@@ -126,11 +161,8 @@ bool KtStatedSystem::gjkDistanceQuery(const KtManipulatorLink* link, const KtMan
             (index < 0 ? link : otherLink)->identifier().c_str());
     return false;
   }
-  KtSystemActiveState active;
-  active.update(m_system, m_state);
   const auto first = static_cast<std::size_t>(index), second = static_cast<std::size_t>(otherIndex);
   return link->distanceAndWitnessPointsTo(*otherLink, &m_system.manipulator(first),
-                                          &m_system.manipulator(second), active.manipulatorActiveState(first),
-                                          active.manipulatorActiveState(second), distance, witness,
-                                          otherWitness);
+                                          &m_system.manipulator(second), *activeState(index),
+                                          *activeState(otherIndex), distance, witness, otherWitness);
 }
