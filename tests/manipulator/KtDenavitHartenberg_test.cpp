@@ -121,18 +121,6 @@ TEST(KtDenavitHartenbergTest, JointValueCacheRecomputesOnlyOnChange) {
   EXPECT_EQ(first.translation().x(), 0.3);
 }
 
-TEST(KtDenavitHartenbergTest, JointValueReplacesThetaOrD) {
-  KtDenavitHartenberg craig;
-  craig.setDhType(KtDhType::craig);
-  craig.setTheta(1.0);
-  EXPECT_TRUE(craig.dhTransform(0.0).orientation().approxEq(Kt::Orientation(), 1e-15));
-
-  KtDenavitHartenberg paul;
-  paul.setJointType(KtJointType::prismatic);
-  paul.setD(0.5);
-  EXPECT_DOUBLE_EQ(paul.dhTransform(0.2).translation().z(), 0.2);
-}
-
 TEST(KtDenavitHartenbergTest, ComposePrecursorAccumulatesAndSetPrecursorKeepsType) {
   TestRandom rng(12);
   const Kt::coordinateSystemTransformation t = randomPose(rng), u = randomPose(rng);

@@ -193,14 +193,13 @@ inline Kt::coordinateSystemTransformation referenceDhFrame(const KtManipulatorLi
   return frame;
 }
 
-// Every D-H and primary frame of the arm for the active state agrees with a computation
-// from scratch.
+// Every D-H and primary frame of the arm, base included, for the active state agrees with a
+// computation from scratch.
 inline void expectFramesFresh(const KtIndividualManipulator& arm, KtManipulatorActiveState& active) {
   const KtPositionState& state = active.activePositionState().positionState();
-  EXPECT_LT(frameDistance(arm.dhFrameInSystem(active), referenceDhFrame(arm, arm, state)), 1e-12);
-  // Deepest first, so that a stale ancestor would be picked up rather than refreshed.
-  for (std::size_t i = arm.jointDof(); i-- > 0;) {
-    const KtManipulatorLink& link = arm.link(i);
+  // Deepest first and the base last, so that a stale ancestor would be picked up rather than refreshed.
+  for (int i = static_cast<int>(arm.jointDof()); i-- > KtManipulatorLink::kBaseLinkIndex;) {
+    const KtManipulatorLink& link = i < 0 ? arm : arm.link(static_cast<std::size_t>(i));
     const Kt::coordinateSystemTransformation expected = referenceDhFrame(link, arm, state);
     EXPECT_LT(frameDistance(link.dhFrameInSystem(active), expected), 1e-12) << "link " << i;
     EXPECT_LT(frameDistance(link.primaryFrameInSystem(active), expected * link.kinematics().primaryFrame()),
