@@ -14,7 +14,6 @@
 #include "xml/KtXmlOrientation.h"
 #include "xml/KtXmlPairType.h"
 #include "xml/KtXmlSetType.h"
-#include "xml/KtXmlTextDocuments.h"
 #include "xml/KtXmlVariableVectorType.h"
 #include "xml/KtXmlVector.h"
 #include "xml/KtXmlVectorType.h"
