@@ -160,25 +160,6 @@ TEST(KtForwardKinematicsTest, WarmQueriesDoNotAllocate) {
   }
 }
 
-TEST(KtForwardKinematicsTest, OutOfRangeIndicesReportAndGiveIdentity) {
-  const auto arm = makeSerialArm(craigArmRows());
-  KtManipulatorActiveState active;
-  active.activePositionState().setJointPositions(std::vector<double>(7, 0.3));
-  arm->link(6).dhFrameInSystem(active);
-  active.activePositionState().resizeLinkPositionStates(6);  // a state one link short
-  PrintCapture capture;
-  EXPECT_EQ(arm->link(6).primaryFrameInSystem(active).mode(),
-            Kt::coordinateSystemTransformation::modeIdentity);
-  EXPECT_EQ(arm->link(6).dhFrameInSystem(active).mode(), Kt::coordinateSystemTransformation::modeIdentity);
-  EXPECT_EQ(capture.text(),
-            "KtManipulatorLink::primaryFrameInSystem(): index 6 out of range 6.\n"
-            "KtManipulatorLink::dhFrameInSystem(): index out of range.\n");
-  capture.clear();
-  EXPECT_FALSE(arm->canCollide(0, 7));
-  EXPECT_EQ(capture.text(),
-            "KtIndividualManipulator::canCollide(): indices (0,7) out of range.  Returning False.\n");
-}
-
 // Whatever link is asked first after a change, and whichever of its ancestors are still
 // valid, the frames come out exactly as a fresh state computes them in index order.
 TEST(KtForwardKinematicsTest, QueryOrderDoesNotChangeAnyFrame) {
