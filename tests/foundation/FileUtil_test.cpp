@@ -7,6 +7,7 @@
 #include <fstream>
 
 #include "support/HangGuard.h"
+#include "support/TempFiles.h"
 
 namespace fs = std::filesystem;
 
@@ -14,7 +15,6 @@ class FileUtilTest : public testing::Test {
  protected:
   void SetUp() override {
     saved_ = KtFileUtil::dataDirectories();
-    root_ = fs::temp_directory_path() / ("kt-fileutil-" + std::to_string(::getpid()));
     fs::create_directories(root_ / "first");
     fs::create_directories(root_ / "second");
     std::ofstream(root_ / "second" / "arm.xml") << "<a/>";
@@ -26,12 +26,10 @@ class FileUtilTest : public testing::Test {
     ::mkfifo((root_ / "first" / "fifo.xml").c_str(), 0600);
     KtFileUtil::setDataDirectories({(root_ / "first").string(), (root_ / "second").string() + "/"});
   }
-  void TearDown() override {
-    KtFileUtil::setDataDirectories(saved_);
-    fs::remove_all(root_);
-  }
+  void TearDown() override { KtFileUtil::setDataDirectories(saved_); }
   std::vector<std::string> saved_;
-  fs::path root_;
+  const TempDirectory directory_;
+  const fs::path root_ = directory_.path();
 };
 
 // The name as given wins, then the data directories in order; an absolute name is not searched

@@ -198,7 +198,8 @@ TEST(KtLinkMotionTest, WarmQueriesDoNotAllocate) {
   }
 }
 
-TEST(KtLinkMotionTest, OutOfRangeIndicesReportAndGiveZero) {
+// A state one link short: frames are the identity and motions zero, each with its message.
+TEST(KtLinkMotionTest, OutOfRangeIndicesReportAndGiveIdentityOrZero) {
   const auto arm = makeSerialArm(craigArmRows());
   KtManipulatorActiveState active;
   active.setVelocityState(
@@ -208,6 +209,9 @@ TEST(KtLinkMotionTest, OutOfRangeIndicesReportAndGiveZero) {
   active.activePositionState().resizeLinkPositionStates(6);  // a state one link short
   const KtManipulatorLink& link = arm->link(6);
   PrintCapture capture;
+  EXPECT_EQ(link.primaryFrameInSystem(active).mode(), Kt::coordinateSystemTransformation::modeIdentity);
+  EXPECT_EQ(link.dhFrameInSystem(active).mode(), Kt::coordinateSystemTransformation::modeIdentity);
+  EXPECT_FALSE(arm->canCollide(0, 7));
   KtGeneralMotion motion(Kt::Vector(1, 1, 1), Kt::Vector(1, 1, 1));
   Kt::Vector linear(1, 1, 1), angular(1, 1, 1);
   EXPECT_FALSE(link.primaryFrameVelocityInSystem(active, motion));
@@ -226,6 +230,9 @@ TEST(KtLinkMotionTest, OutOfRangeIndicesReportAndGiveZero) {
   EXPECT_EQ(linear, Kt::Vector());
   EXPECT_EQ(
       capture.text(),
+      "KtManipulatorLink::primaryFrameInSystem(): index 6 out of range 6.\n"
+      "KtManipulatorLink::dhFrameInSystem(): index out of range.\n"
+      "KtIndividualManipulator::canCollide(): indices (0,7) out of range.  Returning False.\n"
       "KtManipulatorLink::primaryFrameVelocityInSystem(): index 6  out of range 6.\n"
       "KtManipulatorLink::dhFrameVelocityInSystem(): index out of range.\n"
       "KtManipulatorLink::dhFrameVelocityInLocal(): link index 6 not in the range of the active state.\n"

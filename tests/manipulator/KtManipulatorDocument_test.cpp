@@ -1,9 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <fstream>
 #include <limits>
-#include <sstream>
 
 #include "manipulator/KtStatedSystem.h"
 #include "manipulator/ManipulatorTestSupport.h"
@@ -11,6 +9,7 @@
 #include "xml/KtStreamTestFiles.h"
 #include "xml/KtXmlFile.h"
 #include "xml/KtXmlLimits.h"
+#include "xml/KtXmlTextDocuments.h"
 #include "xml/KtXmlWriter.h"
 
 using namespace manipulator_test;
@@ -18,24 +17,6 @@ using namespace manipulator_test;
 namespace {
 
 std::string dataPath(const std::string& name) { return std::string(KT_TEST_DATA_DIR) + "/" + name; }
-
-std::string fileText(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
-
-std::string written(const KtXmlObject& object, const std::string& name) {
-  std::ostringstream out;
-  EXPECT_TRUE(ktWriteObjectToStream(object, out, name));
-  return out.str();
-}
-
-bool readText(KtXmlObject& object, const std::string& text, const std::string& name = "memory.xml") {
-  std::istringstream in(text);
-  return ktReadObjectFromStream(object, in, name);
-}
 
 // A stated system whose every uninterpreted element holds nested content, attributes and
 // lists, written the way other programs might lay it out.
@@ -101,13 +82,13 @@ std::pair<std::size_t, std::size_t> nestingAndIndentation(const std::string& tex
 
 TEST(KtManipulatorDocumentTest, SampleDocumentsAreReproducedByteForByte) {
   for (const char* name : {"craig_arm.xml", "paul_arm.xml", "arm_and_customer.xml"}) {
-    const std::string original = fileText(dataPath(name));
+    const std::string original = readBytes(dataPath(name));
     ASSERT_FALSE(original.empty()) << name;
     KtStatedSystem stated;
     PrintCapture capture;
-    ASSERT_TRUE(readText(stated, original, name)) << name;
+    ASSERT_TRUE(ktTestRead(stated, original, name)) << name;
     EXPECT_EQ(capture.text(), "") << name;
-    EXPECT_EQ(written(stated, name), original) << name;
+    EXPECT_EQ(ktTestWrite(stated, name), original) << name;
   }
 }
 
@@ -141,8 +122,8 @@ TEST(KtManipulatorDocumentTest, LoadedSampleArmsAgreeWithKdl) {
 
 TEST(KtManipulatorDocumentTest, UninterpretedElementsSurviveLoadingAndSaving) {
   KtStatedSystem first;
-  ASSERT_TRUE(readText(first, kDocumentWithUnknownParts));
-  const std::string once = written(first, "kept.xml");
+  ASSERT_TRUE(ktTestRead(first, kDocumentWithUnknownParts));
+  const std::string once = ktTestWrite(first, "kept.xml");
   for (const char* kept :
        {"<sm:stepCount>12</sm:stepCount>", "kind=\"soft\">0.5 0.25</ct:gain>", "<sm:plane normal=\"0 0 1\"/>",
         "<sm:label>floor of the cell</sm:label>", "<sm:pair a=\"1\" b=\"2\"/>",
@@ -151,8 +132,8 @@ TEST(KtManipulatorDocumentTest, UninterpretedElementsSurviveLoadingAndSaving) {
     EXPECT_NE(once.find(kept), std::string::npos) << kept;
   }
   KtStatedSystem second;
-  ASSERT_TRUE(readText(second, once));
-  EXPECT_EQ(written(second, "kept.xml"), once);
+  ASSERT_TRUE(ktTestRead(second, once));
+  EXPECT_EQ(ktTestWrite(second, "kept.xml"), once);
   EXPECT_TRUE(first.isEqual(second));
   EXPECT_EQ(second.system().manipulator(0).link(0).denavitHartenberg()->a(), 0.25);
 }
@@ -164,10 +145,10 @@ TEST(KtManipulatorDocumentTest, ReadingAParameterDropsCachedFrames) {
   KtManipulatorActiveState active;
   active.activePositionState().setJointPositions(std::vector<double>(7, 0.2));
   arm.link(6).dhFrameInSystem(active);
-  std::string text = written(stated, "craig_arm.xml");
+  std::string text = ktTestWrite(stated, "craig_arm.xml");
   const std::string oldD = "<sm:d>0.33300000000000001821</sm:d>";
   text.replace(text.find(oldD), oldD.size(), "<sm:d>0.5</sm:d>");
-  ASSERT_TRUE(readText(stated, text));
+  ASSERT_TRUE(ktTestRead(stated, text));
   expectFramesFresh(stated.system().manipulator(0), active);
 }
 
@@ -187,7 +168,7 @@ TEST(KtManipulatorDocumentTest, InvertedJointLimitsRefuseTheDocument) {
 )";
   KtStatedSystem stated;
   PrintCapture capture;
-  EXPECT_FALSE(readText(stated, document, "limits.xml"));
+  EXPECT_FALSE(ktTestRead(stated, document, "limits.xml"));
   EXPECT_EQ(
       capture.text(),
       "KtXmlFileReader Error: manipulatorLink elbow: lower limit 0.5 and upper limit -0.5 do not form an "
@@ -201,29 +182,29 @@ TEST(KtManipulatorDocumentTest, InvertedJointLimitsRefuseTheDocument) {
 // A stray empty childLinks after the real one is reported with its line and skipped, so the
 // arm keeps its seven links; a placement keeps its first translation likewise.
 TEST(KtManipulatorDocumentTest, RepeatedElementsKeepTheFirst) {
-  std::string text = fileText(dataPath("craig_arm.xml"));
+  std::string text = readBytes(dataPath("craig_arm.xml"));
   const std::size_t end = text.find("   </sm:individualManipulator>");
   ASSERT_NE(end, std::string::npos);
   text.insert(end, "    <sm:childLinks/>\n");
   const auto line = std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(end), '\n') + 1;
   PrintCapture capture;
   KtStatedSystem stated;
-  ASSERT_TRUE(readText(stated, text));
+  ASSERT_TRUE(ktTestRead(stated, text));
   EXPECT_EQ(
       capture.text(),
       "KtXmlCompoundType Warning: element childLinks appears more than once; the first is kept.\n\tFile: "
-      "memory.xml\n\tLine: " +
+      "test.xml\n\tLine: " +
           std::to_string(line) + "\n");
   EXPECT_EQ(stated.system().manipulator(0).jointDof(), 7u);
 
   capture.clear();
   KtCoordinateSystemTransformation placement;
-  ASSERT_TRUE(readText(
+  ASSERT_TRUE(ktTestRead(
       placement, "<p><translation x=\"1\" y=\"0\" z=\"0\"/>\n<translation x=\"2\" y=\"0\" z=\"0\"/></p>"));
   EXPECT_EQ(
       capture.text(),
       "KtCoordinateSystemTransformation Warning: element translation appears more than once; the first is "
-      "kept.\n\tFile: memory.xml\n\tLine: 2\n");
+      "kept.\n\tFile: test.xml\n\tLine: 2\n");
   EXPECT_EQ(placement.translation(), Kt::Vector(1, 0, 0));
 }
 
@@ -242,17 +223,16 @@ TEST(KtManipulatorDocumentTest, MisplacedAndNonFiniteElementsAreReportedAndSkipp
   const auto refused = [](const char* element, int line) {
     return "KtXmlVariableVectorType Warning: entry http://kt.example.org/namespace/sm#" +
            std::string(element) +
-           " is not accepted here and is skipped.\n\tFile: memory.xml\n\tLine: " + std::to_string(line) +
-           "\n";
+           " is not accepted here and is skipped.\n\tFile: test.xml\n\tLine: " + std::to_string(line) + "\n";
   };
   const auto notFinite = [](const char* element, const char* value, int line) {
     return "KtXmlBasicType Warning: element " + std::string(element) + ": value \"" + value +
-           "\" is not finite; the element is skipped.\n\tFile: memory.xml\n\tLine: " + std::to_string(line) +
+           "\" is not finite; the element is skipped.\n\tFile: test.xml\n\tLine: " + std::to_string(line) +
            "\n";
   };
   PrintCapture capture;
   KtManipulatorSystem system;
-  ASSERT_TRUE(readText(system, text));
+  ASSERT_TRUE(ktTestRead(system, text));
   EXPECT_EQ(capture.text(), refused("individualManipulator", 3) + refused("manipulatorLink", 4) +
                                 notFinite("a", "inf", 5) + notFinite("upperLimitConstraint", "nan", 6));
   const KtIndividualManipulator& arm = system.manipulator(0);
@@ -266,11 +246,11 @@ TEST(KtManipulatorDocumentTest, MisplacedAndNonFiniteElementsAreReportedAndSkipp
   EXPECT_EQ(arm.link(1).lowerLimitConstraint(), -std::numeric_limits<KtReal>::infinity());
 
   capture.clear();
-  const std::string once = written(system, "memory.xml");
+  const std::string once = ktTestWrite(system, "test.xml");
   EXPECT_NE(once.find("<sm:upperLimitConstraint>INF</sm:upperLimitConstraint>"), std::string::npos);
   EXPECT_NE(once.find("<sm:lowerLimitConstraint>-INF</sm:lowerLimitConstraint>"), std::string::npos);
   KtManipulatorSystem again;
-  ASSERT_TRUE(readText(again, once));
+  ASSERT_TRUE(ktTestRead(again, once));
   EXPECT_EQ(capture.text(), "");
   EXPECT_TRUE(again.isEqual(system));
 }
@@ -348,16 +328,16 @@ TEST(KtManipulatorDocumentTest, KeptElementsAreAFixedPointOfLoadingAndSaving) {
     KtStatedSystem original;
     {
       PrintCapture stateCompleted;  // the document has no state: the first load adds it
-      ASSERT_TRUE(readText(original, documentKeeping(snippet))) << snippet;
+      ASSERT_TRUE(ktTestRead(original, documentKeeping(snippet))) << snippet;
     }
     PrintCapture capture;
-    const std::string saved = written(original, "kept.xml");
+    const std::string saved = ktTestWrite(original, "kept.xml");
     EXPECT_NE(saved.find(expected), std::string::npos) << snippet << "\n" << saved;
     for (int round = 0; round < 2; ++round) {
       KtStatedSystem loaded;
-      ASSERT_TRUE(readText(loaded, saved)) << snippet << "\n" << saved;
+      ASSERT_TRUE(ktTestRead(loaded, saved)) << snippet << "\n" << saved;
       EXPECT_TRUE(loaded.isEqual(original)) << snippet << "\n" << saved;
-      EXPECT_EQ(written(loaded, "kept.xml"), saved) << snippet;
+      EXPECT_EQ(ktTestWrite(loaded, "kept.xml"), saved) << snippet;
     }
     EXPECT_EQ(capture.text(), "") << snippet;
   }

@@ -1,12 +1,10 @@
 #include <gtest/gtest.h>
 
-#include <sstream>
-
 #include "manipulator/KtDeformableManipulatorLink.h"
 #include "manipulator/KtStatedSystem.h"
 #include "manipulator/ManipulatorTestSupport.h"
 #include "support/PrintCapture.h"
-#include "xml/KtXmlFile.h"
+#include "xml/KtXmlTextDocuments.h"
 
 using namespace manipulator_test;
 
@@ -29,17 +27,10 @@ void fitState(KtStatedSystem& stated) {
   stated.validateLowLevelDimensions();
 }
 
-std::string written(const KtXmlObject& object) {
-  std::ostringstream out;
-  EXPECT_TRUE(ktWriteObjectToStream(object, out, "references.xml"));
-  return out.str();
-}
-
 // Reads the text into `loaded` and checks that writing that gives the text back.
 void expectReproduced(const std::string& text, KtStatedSystem& loaded) {
-  std::istringstream in(text);
-  ASSERT_TRUE(ktReadObjectFromStream(loaded, in, "references.xml"));
-  EXPECT_EQ(written(loaded), text);
+  ASSERT_TRUE(ktTestRead(loaded, text));
+  EXPECT_EQ(ktTestWrite(loaded), text);
 }
 
 }  // namespace
@@ -73,7 +64,7 @@ TEST(KtManipulatorReferencesTest, ReferencesMustNameAnotherManipulatorOfTheSyste
   EXPECT_EQ(capture.text(), "");
 
   // References survive saving and loading; an arm without one writes nothing for it.
-  const std::string text = written(stated);
+  const std::string text = ktTestWrite(stated);
   const std::size_t last = text.find("<sm:label>gantry</sm:label>");
   EXPECT_NE(text.find("<sm:label>arm1</sm:label>"), std::string::npos);
   ASSERT_NE(last, std::string::npos);
@@ -135,7 +126,7 @@ TEST(KtManipulatorReferencesTest, DeformableLinkInATreeIsReproducedByADocument) 
   ASSERT_EQ(arm.addLink(2, std::move(cable)), 7);
   ASSERT_EQ(arm.addLink(7, makeLink(craigArmRows()[0], "clamp")), 8);
   fitState(stated);
-  const std::string text = written(stated);
+  const std::string text = ktTestWrite(stated);
   EXPECT_NE(text.find("<sm:deformableManipulatorLink>"), std::string::npos);
 
   KtStatedSystem loaded;

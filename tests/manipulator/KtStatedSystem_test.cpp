@@ -3,12 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <limits>
-#include <sstream>
 
 #include "manipulator/KtSystemActiveState.h"
 #include "manipulator/ManipulatorTestSupport.h"
 #include "support/PrintCapture.h"
-#include "xml/KtXmlFile.h"
+#include "xml/KtXmlTextDocuments.h"
 
 using namespace manipulator_test;
 
@@ -28,12 +27,10 @@ TEST(KtStatedSystemTest, MissingStatesAreAddedWithMessages) {
   stated.state().positionStates().resize(1);
   stated.state().velocityStates().resize(1);
   stated.state().positionStates()[0].setJointPositions({0.1, 0.2});
-  std::ostringstream out;
-  ASSERT_TRUE(ktWriteObjectToStream(stated, out, "short.xml"));
+  const std::string text = ktTestWrite(stated);
   KtStatedSystem loaded;
   PrintCapture capture;
-  std::istringstream in(out.str());
-  ASSERT_TRUE(ktReadObjectFromStream(loaded, in, "short.xml"));
+  ASSERT_TRUE(ktTestRead(loaded, text));
   const std::string positions =
       "KtStatedSystem::validateLowLevelDimensions: joint positions do not match the numbers of degrees of "
       "freedom--correcting.\n";

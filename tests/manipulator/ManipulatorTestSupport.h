@@ -26,7 +26,7 @@ struct DhRow {
   double a, alpha, d, theta;
 };
 
-inline std::unique_ptr<KtManipulatorLink> makeLink(const DhRow& row, const std::string& label) {
+inline std::unique_ptr<KtDenavitHartenberg> makeJoint(const DhRow& row) {
   auto joint = std::make_unique<KtDenavitHartenberg>();
   joint->setDhType(row.dhType);
   joint->setJointType(row.jointType);
@@ -34,10 +34,19 @@ inline std::unique_ptr<KtManipulatorLink> makeLink(const DhRow& row, const std::
   joint->setAlpha(row.alpha);
   joint->setD(row.d);
   joint->setTheta(row.theta);
+  return joint;
+}
+
+inline std::unique_ptr<KtManipulatorLink> makeLink(std::unique_ptr<KtDenavitHartenberg> joint,
+                                                   const std::string& label) {
   auto link = std::make_unique<KtManipulatorLink>();
   link->setIdentifier(label);
   link->setKinematics(std::move(joint));
   return link;
+}
+
+inline std::unique_ptr<KtManipulatorLink> makeLink(const DhRow& row, const std::string& label) {
+  return makeLink(makeJoint(row), label);
 }
 
 // A serial arm: each row hangs below the previous one.
@@ -81,19 +90,22 @@ inline std::vector<double> randomJoints(TestRandom& rng, std::size_t count, doub
   return q;
 }
 
-// Every D-H type and both joint types, with random parameters and precursors.
+// A joint of the given types with random parameters, and a random precursor where its type has one.
+inline std::unique_ptr<KtDenavitHartenberg> randomJoint(TestRandom& rng, KtDhType dhType,
+                                                        KtJointType jointType) {
+  auto joint = makeJoint(DhRow{dhType, jointType, rng.uniform(-0.5, 0.5), rng.uniform(-kPi, kPi),
+                               rng.uniform(-0.5, 0.5), rng.uniform(-kPi, kPi)});
+  if (dhType != KtDhType::paul && dhType != KtDhType::craig) joint->setPrecursor(randomPose(rng));
+  return joint;
+}
+
+// A serial arm of every D-H type and both joint types, placed at a random pose.
 inline std::unique_ptr<KtIndividualManipulator> mixedArm(TestRandom& rng, std::size_t joints) {
-  std::vector<DhRow> rows;
+  auto arm = makeSerialArm({});
+  int parent = KtManipulatorLink::kBaseLinkIndex;
   for (std::size_t i = 0; i < joints; ++i) {
-    rows.push_back(DhRow{static_cast<KtDhType>(i % 5), static_cast<KtJointType>((i / 5) % 2),
-                         rng.uniform(-0.5, 0.5), rng.uniform(-kPi, kPi), rng.uniform(-0.5, 0.5),
-                         rng.uniform(-kPi, kPi)});
-  }
-  auto arm = makeSerialArm(rows);
-  for (std::size_t i = 0; i < joints; ++i) {
-    KtDenavitHartenberg& joint = *arm->linkForModification(i).denavitHartenberg();
-    if (joint.dhType() != KtDhType::paul && joint.dhType() != KtDhType::craig)
-      joint.setPrecursor(randomPose(rng));
+    auto joint = randomJoint(rng, static_cast<KtDhType>(i % 5), static_cast<KtJointType>((i / 5) % 2));
+    parent = arm->addLink(parent, makeLink(std::move(joint), "link" + std::to_string(i + 1)));
   }
   arm->setCoordinateSystemTransform(randomPose(rng));
   return arm;
@@ -193,14 +205,13 @@ inline Kt::coordinateSystemTransformation referenceDhFrame(const KtManipulatorLi
   return frame;
 }
 
-// Every D-H and primary frame of the arm for the active state agrees with a computation
-// from scratch.
+// Every D-H and primary frame of the arm, base included, for the active state agrees with a
+// computation from scratch.
 inline void expectFramesFresh(const KtIndividualManipulator& arm, KtManipulatorActiveState& active) {
   const KtPositionState& state = active.activePositionState().positionState();
-  EXPECT_LT(frameDistance(arm.dhFrameInSystem(active), referenceDhFrame(arm, arm, state)), 1e-12);
-  // Deepest first, so that a stale ancestor would be picked up rather than refreshed.
-  for (std::size_t i = arm.jointDof(); i-- > 0;) {
-    const KtManipulatorLink& link = arm.link(i);
+  // Deepest first and the base last, so that a stale ancestor would be picked up rather than refreshed.
+  for (int i = static_cast<int>(arm.jointDof()) - 1; i >= -1; --i) {  // -1: the base
+    const KtManipulatorLink& link = i < 0 ? arm : arm.link(static_cast<std::size_t>(i));
     const Kt::coordinateSystemTransformation expected = referenceDhFrame(link, arm, state);
     EXPECT_LT(frameDistance(link.dhFrameInSystem(active), expected), 1e-12) << "link " << i;
     EXPECT_LT(frameDistance(link.primaryFrameInSystem(active), expected * link.kinematics().primaryFrame()),

@@ -22,8 +22,6 @@ void operator delete[](void* block) noexcept { std::free(block); }
 void operator delete(void* block, std::size_t) noexcept { std::free(block); }
 void operator delete[](void* block, std::size_t) noexcept { std::free(block); }
 
-std::size_t allocationCount() { return allocations; }
-
 NoAllocationGuard::NoAllocationGuard() : start_(allocations) {}
 
 NoAllocationGuard::~NoAllocationGuard() {

@@ -2,11 +2,8 @@
 
 #include <cstddef>
 
-// Counts calls of the global operator new made by the current thread. The replacement
-// operators live in AllocationCounter.cpp, linked into every test binary.
-std::size_t allocationCount();
-
-// Fails the current test when the block it guards allocated:
+// Fails the current test when the block it guards called the global operator new on this
+// thread (the counting replacements live in AllocationCounter.cpp, linked into every test):
 //   { NoAllocationGuard guard; hotPath(); }
 class NoAllocationGuard {
  public:

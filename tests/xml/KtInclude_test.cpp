@@ -15,6 +15,7 @@
 #include "xml/KtStreamTestFiles.h"
 #include "xml/KtXmlFile.h"
 #include "xml/KtXmlReader.h"
+#include "xml/KtXmlTextDocuments.h"
 
 namespace {
 

@@ -6,6 +6,7 @@
 
 #include "KtXmlTestObjects.h"
 #include "support/PrintCapture.h"
+#include "xml/KtXmlTextDocuments.h"
 
 namespace {
 

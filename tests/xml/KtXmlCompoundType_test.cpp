@@ -9,6 +9,7 @@
 #include "KtXmlTestObjects.h"
 #include "support/PrintCapture.h"
 #include "support/Random.h"
+#include "xml/KtXmlTextDocuments.h"
 
 namespace {
 

@@ -14,6 +14,7 @@
 #include "support/PrintCapture.h"
 #include "support/Random.h"
 #include "xml/KtStreamTestFiles.h"
+#include "xml/KtXmlTextDocuments.h"
 #include "xml/KtXmlVersion.h"
 #include "xml/KtXmlWriterDefaults.h"
 

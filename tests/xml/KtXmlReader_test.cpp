@@ -12,6 +12,7 @@
 #include "support/PrintCapture.h"
 #include "support/Random.h"
 #include "xml/KtStreamTestFiles.h"
+#include "xml/KtXmlTextDocuments.h"
 
 namespace {
 

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <sstream>
 #include <string>
 
 #include "foundation/Types.h"
@@ -101,18 +100,6 @@ const KtXmlFactory& testLeafFactory();
 // Gives every member of the object a random value (strings without blanks at either end,
 // since content is trimmed on reading; numbers from every bit pattern but NaN's).
 void fillRandomly(KtTestEverything& e, TestRandom& rng);
-
-// Writes an object as a document into a string, and reads a document from a string.
-inline std::string ktTestWrite(const KtXmlObject& object, const std::string& name = "test.xml") {
-  std::ostringstream out;
-  ktWriteObjectToStream(object, out, name);
-  return out.str();
-}
-
-inline bool ktTestRead(KtXmlObject& object, const std::string& text, const std::string& name = "test.xml") {
-  std::istringstream in(text);
-  return ktReadObjectFromStream(object, in, name);
-}
 
 // An include element that stands for the document `href`.
 inline std::string includeOf(const std::string& href) {
