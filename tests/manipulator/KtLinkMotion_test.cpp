@@ -44,24 +44,6 @@ struct Motion {
   }
 };
 
-// The angular velocity that turns `before` into `after` over the time dt. The angle comes
-// from an arc tangent, which keeps its precision for the tiny turns of a finite difference.
-Kt::Vector angularRate(const Kt::Orientation& before, const Kt::Orientation& after, double dt) {
-  const Kt::Orientation turn = after * before.inverse();
-  const double sign = turn.w() < 0 ? -1.0 : 1.0;
-  const Kt::Vector half(sign * turn.x(), sign * turn.y(), sign * turn.z());
-  const double sine = half.mag();
-  return sine == 0.0 ? Kt::Vector() : half * (2.0 * std::atan2(sine, sign * turn.w()) / (sine * dt));
-}
-
-// Agreement within a tolerance relative to the expected vector's size (absolute below 1).
-void expectNear(const Kt::Vector& actual, const Kt::Vector& expected, double tolerance,
-                const std::string& what) {
-  EXPECT_LT((actual - expected).mag(), tolerance * std::max(1.0, expected.mag()))
-      << what << ": " << actual.x() << " " << actual.y() << " " << actual.z() << " expected " << expected.x()
-      << " " << expected.y() << " " << expected.z();
-}
-
 // An arm of every D-H and joint type whose links carry primary offsets.
 std::unique_ptr<KtIndividualManipulator> movingArm(TestRandom& rng) {
   auto arm = mixedArm(rng, 10);

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
 #include <kdl/chain.hpp>
 #include <kdl/chainfksolverpos_recursive.hpp>
 #include <kdl/frames.hpp>
@@ -148,21 +150,35 @@ inline void appendToKdl(KDL::Chain& chain, const KtDenavitHartenberg& dh) {
   }
 }
 
-// The D-H frames of a serial arm (index 0..n-1) by KDL's recursive solver, for the base pose.
-inline std::vector<KDL::Frame> kdlFrames(const KtIndividualManipulator& arm,
-                                         const Kt::coordinateSystemTransformation& basePose,
-                                         const std::vector<double>& q) {
+// A serial arm as a KDL chain from the system frame, for the base pose; `ends` gets, per link,
+// the number of segments that lead to its D-H frame.
+inline KDL::Chain kdlChain(const KtIndividualManipulator& arm,
+                           const Kt::coordinateSystemTransformation& basePose, std::vector<int>& ends) {
   KDL::Chain chain;
   chain.addSegment(
       KDL::Segment(KDL::Joint(KDL::Joint::None), toKdl(basePose) * toKdl(arm.coordinateSystemTransform())));
-  std::vector<int> ends;
+  ends.clear();
   for (std::size_t i = 0; i < arm.jointDof(); ++i) {
     appendToKdl(chain, *arm.link(i).denavitHartenberg());
     ends.push_back(static_cast<int>(chain.getNrOfSegments()));
   }
-  KDL::ChainFkSolverPos_recursive solver(chain);
-  KDL::JntArray joints(chain.getNrOfJoints());
+  return chain;
+}
+
+inline KDL::JntArray kdlJoints(const std::vector<double>& q) {
+  KDL::JntArray joints(static_cast<unsigned>(q.size()));
   for (std::size_t i = 0; i < q.size(); ++i) joints(static_cast<unsigned>(i)) = q[i];
+  return joints;
+}
+
+// The D-H frames of a serial arm (index 0..n-1) by KDL's recursive solver, for the base pose.
+inline std::vector<KDL::Frame> kdlFrames(const KtIndividualManipulator& arm,
+                                         const Kt::coordinateSystemTransformation& basePose,
+                                         const std::vector<double>& q) {
+  std::vector<int> ends;
+  const KDL::Chain chain = kdlChain(arm, basePose, ends);
+  KDL::ChainFkSolverPos_recursive solver(chain);
+  const KDL::JntArray joints = kdlJoints(q);
   std::vector<KDL::Frame> frames(ends.size());
   for (std::size_t i = 0; i < ends.size(); ++i) solver.JntToCart(joints, frames[i], ends[i]);
   return frames;
@@ -218,6 +234,24 @@ inline void expectFramesFresh(const KtIndividualManipulator& arm, KtManipulatorA
               1e-12)
         << "link " << i;
   }
+}
+
+// The angular velocity that turns `before` into `after` over the time dt. The angle comes
+// from an arc tangent, which keeps its precision for the tiny turns of a finite difference.
+inline Kt::Vector angularRate(const Kt::Orientation& before, const Kt::Orientation& after, double dt) {
+  const Kt::Orientation turn = after * before.inverse();
+  const double sign = turn.w() < 0 ? -1.0 : 1.0;
+  const Kt::Vector half(sign * turn.x(), sign * turn.y(), sign * turn.z());
+  const double sine = half.mag();
+  return sine == 0.0 ? Kt::Vector() : half * (2.0 * std::atan2(sine, sign * turn.w()) / (sine * dt));
+}
+
+// Agreement within a tolerance relative to the expected vector's size (absolute below 1).
+inline void expectNear(const Kt::Vector& actual, const Kt::Vector& expected, double tolerance,
+                       const std::string& what) {
+  EXPECT_LT((actual - expected).mag(), tolerance * std::max(1.0, expected.mag()))
+      << what << ": " << actual.x() << " " << actual.y() << " " << actual.z() << " expected " << expected.x()
+      << " " << expected.y() << " " << expected.z();
 }
 
 }  // namespace manipulator_test
