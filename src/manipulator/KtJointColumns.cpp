@@ -1,0 +1,66 @@
+// Writing joint and free-base columns into a caller's Jacobian.
+#include "manipulator/KtJointColumns.h"
+
+#include "foundation/Print.h"
+
+namespace {
+
+std::size_t rowCount(KtJacobianRows rows) { return rows == KtJacobianRows::both ? 6 : 3; }
+
+// Stores the selected parts of a column into column `index`, from row firstRow on.
+void store(const Kt::Vector& linear, const Kt::Vector& angular, KtJacobianRows rows, Kt::ReArray& jacobian,
+           std::size_t firstRow, std::size_t index) {
+  std::size_t row = firstRow;
+  if (rows != KtJacobianRows::angular)
+    for (std::size_t k = 0; k < 3; ++k) jacobian[row++][index] = linear[k];
+  if (rows != KtJacobianRows::linear)
+    for (std::size_t k = 0; k < 3; ++k) jacobian[row++][index] = angular[k];
+}
+
+}  // namespace
+
+bool KtJointColumns::linkIndexValid(const KtIndividualManipulator& manipulator, std::size_t linkIndex,
+                                    const char* operation) {
+  if (linkIndex < manipulator.jointDof()) return true;
+  ktPrint(KtSeverity::Error, "KtJointColumns::%s(): link index %zu out of range %zu.\n", operation, linkIndex,
+          manipulator.jointDof());
+  return false;
+}
+
+bool KtJointColumns::blockFits(const Kt::ReArray& jacobian, std::size_t firstRow, KtJacobianRows rows,
+                               std::size_t columnCount, const char* operation) {
+  if (firstRow + rowCount(rows) <= jacobian.rows() && columnCount <= jacobian.columns()) return true;
+  ktPrint(KtSeverity::Error,
+          "KtJointColumns::%s(): rows %zu to %zu and %zu columns do not fit a %zu x %zu matrix.\n", operation,
+          firstRow, firstRow + rowCount(rows) - 1, columnCount, jacobian.rows(), jacobian.columns());
+  return false;
+}
+
+bool KtJointColumns::write(const KtIndividualManipulator& manipulator, KtManipulatorActiveState& state,
+                           std::size_t linkIndex, const Kt::Vector& point, KtJacobianRows rows,
+                           Kt::ReArray& jacobian, std::size_t firstRow) {
+  if (!linkIndexValid(manipulator, linkIndex, "write") ||
+      !blockFits(jacobian, firstRow, rows, manipulator.jointDof(), "write"))
+    return false;
+  return forEach(manipulator, state, linkIndex, point, [&](std::size_t joint, const KtJointColumn& column) {
+    store(column.linear, column.angular, rows, jacobian, firstRow, joint);
+  });
+}
+
+bool KtJointColumns::writeFreeBase(const KtIndividualManipulator& manipulator,
+                                   KtManipulatorActiveState& state, const Kt::Vector& point,
+                                   KtJacobianRows rows, Kt::ReArray& jacobian, std::size_t firstRow) {
+  const std::size_t n = manipulator.jointDof();
+  if (!blockFits(jacobian, firstRow, rows, n + 6, "writeFreeBase")) return false;
+  const Kt::Vector r =
+      point - state.activePositionState().positionState().coordinateSystemTransform().translation();
+  // Column n+k moves the base along system axis k; column n+3+k turns it about that axis,
+  // which moves the point by e_k × r.
+  for (std::size_t k = 0; k < 3; ++k) {
+    Kt::Vector axis;
+    axis[k] = 1.0;
+    store(axis, Kt::Vector(), rows, jacobian, firstRow, n + k);
+    store(axis.cross(r), axis, rows, jacobian, firstRow, n + 3 + k);
+  }
+  return true;
+}

@@ -1,0 +1,90 @@
+#pragma once
+
+#include <cstddef>
+#include <utility>
+
+#include "manipulator/KtGeneralMotion.h"
+#include "manipulator/KtIndividualManipulator.h"
+#include "manipulator/KtManipulatorActiveState.h"
+#include "math/ReArray.h"
+
+// Which rows of a motion a Jacobian block holds: the three linear ones, the three angular
+// ones, or all six (linear first).
+enum class KtJacobianRows { linear, angular, both };
+
+// One joint's Jacobian column: the velocity of a point (linear) and of a frame (angular).
+struct KtJointColumn {
+  Kt::Vector linear;
+  Kt::Vector angular;
+};
+
+// The columns of a manipulator's Jacobian, built from the link frames and the joints' unit
+// motions: one column per joint, holding the velocity that a unit rate of that joint alone
+// gives to a point rigidly fixed to a link (linear part) and to the link's frame (angular
+// part). Everything is in system coordinates.
+//
+// A joint moves its link's joint (D-H) frame F, and with it everything outboard. With the
+// joint's unit motion (v, w) given in F's own axes (D-H type and joint type decide it: a
+// revolute joint turns about an axis and may swing F's origin around it; a prismatic joint
+// slides along an axis and does not turn), the column at a point p is
+//   linear  = R·v + (R·w) × (p − o),   angular = R·w,
+// where R is F's orientation and o its origin in system coordinates. For a revolute joint this
+// is the axis crossed with p minus a point on the axis; for a prismatic joint the axis and zero.
+//
+// With a free base, six more columns follow the joints: base translation along the system's
+// x, y, z, then base rotation about the system's x, y, z axes through the base pose's origin b.
+// At p they hold, for r = p − b, the identity and the cross-product matrix [−r]× (so that a
+// base angular velocity w gives w × r) in the linear rows, and zero and the identity in the
+// angular rows.
+//
+// The state must be the manipulator's up-to-date active state; the frames are read through
+// it, so that none of the calls below allocates once the frames are cached and the caller's
+// matrix has its size.
+class KtJointColumns {
+ public:
+  // The column of a link's own joint at its joint frame's origin, given that frame.
+  static KtJointColumn atJointFrame(const KtManipulatorLink& link,
+                                    const Kt::coordinateSystemTransformation& frame) {
+    KtGeneralMotion unit;
+    link.kinematics().getUnitFrameMotion(unit);
+    const Kt::Orientation& toSystem = frame.orientation();
+    return {toSystem * unit.linear(), toSystem * unit.angular()};
+  }
+
+  // Calls visit(jointIndex, column) for each joint on the chain from link `linkIndex` to the
+  // base, the link's own joint first, with the column at `point`. An index that names no link:
+  // a message and false, and nothing is visited.
+  template <typename Visit>
+  static bool forEach(const KtIndividualManipulator& manipulator, KtManipulatorActiveState& state,
+                      std::size_t linkIndex, const Kt::Vector& point, Visit&& visit) {
+    if (!linkIndexValid(manipulator, linkIndex, "forEach")) return false;
+    for (const KtManipulatorLink* link = &manipulator.link(linkIndex);
+         link->linkIndex() != KtManipulatorLink::kBaseLinkIndex; link = link->parentLink()) {
+      const Kt::coordinateSystemTransformation& frame = link->dhFrameInSystem(state);
+      KtJointColumn column = atJointFrame(*link, frame);
+      column.linear += column.angular.cross(point - frame.translation());
+      visit(static_cast<std::size_t>(link->linkIndex()), std::as_const(column));
+    }
+    return true;
+  }
+
+  // Stores the selected rows of each chain joint's column at `point` into `jacobian`, from row
+  // firstRow on, in the joint's column; other columns are left as they were. The rows must
+  // exist and there must be a column per joint: otherwise a message, false and no change.
+  static bool write(const KtIndividualManipulator& manipulator, KtManipulatorActiveState& state,
+                    std::size_t linkIndex, const Kt::Vector& point, KtJacobianRows rows,
+                    Kt::ReArray& jacobian, std::size_t firstRow);
+
+  // Stores the selected rows of the six free-base columns at `point` into columns n..n+5 of
+  // `jacobian` (n the manipulator's joint count), from row firstRow on. Checks as write().
+  static bool writeFreeBase(const KtIndividualManipulator& manipulator, KtManipulatorActiveState& state,
+                            const Kt::Vector& point, KtJacobianRows rows, Kt::ReArray& jacobian,
+                            std::size_t firstRow);
+
+ private:
+  static bool linkIndexValid(const KtIndividualManipulator& manipulator, std::size_t linkIndex,
+                             const char* operation);
+  // Whether rows firstRow.. (as many as `rows` selects) and columns 0..columnCount-1 exist.
+  static bool blockFits(const Kt::ReArray& jacobian, std::size_t firstRow, KtJacobianRows rows,
+                        std::size_t columnCount, const char* operation);
+};
