@@ -1,6 +1,7 @@
 // The link queries for velocities and accelerations, and those of the mass model.
 #include "foundation/Print.h"
 #include "manipulator/KtIndividualManipulator.h"
+#include "manipulator/KtJointColumns.h"
 #include "manipulator/KtManipulatorActiveState.h"
 
 namespace {
@@ -25,7 +26,7 @@ void expressIn(const Kt::coordinateSystemTransformation& frame, const Kt::Vector
 // v + w × r and accelerates (at constant base velocity) with w × (w × r).
 //
 // A link's joint frame moves with its parent's frame, carried to its own origin, plus the
-// joint's own motion: its rate times the joint's unit motion, turned into system axes. That
+// joint's own motion: its rate times the joint's Jacobian column at the frame's origin. That
 // relative motion, seen from the turning parent, adds the Coriolis terms; the joint's own
 // velocity-product acceleration comes from its kinematics.
 const KtLinkMotion& KtManipulatorLink::motion(KtManipulatorActiveState& state) const {
@@ -48,12 +49,12 @@ const KtLinkMotion& KtManipulatorLink::motion(KtManipulatorActiveState& state) c
     const KtLinkMotion& parent = m_parent->motion(state);
     const Kt::Vector r = frame.translation() - m_parent->locate(positions).dhFrame().translation();
     const KtReal rate = records.jointVelocity(static_cast<std::size_t>(m_linkIndex));
-    KtGeneralMotion unit, relative;
-    kinematics().getUnitFrameMotion(unit);
+    const KtJointColumn column = KtJointColumns::atJointFrame(*this, frame);
+    KtGeneralMotion relative;
     kinematics().accelerationFromJointVelocity(rate, relative);
     const Kt::Orientation& toSystem = frame.orientation();
-    const Kt::Vector spin = toSystem * unit.angular() * rate;
-    const Kt::Vector slide = toSystem * unit.linear() * rate;
+    const Kt::Vector spin = column.angular * rate;
+    const Kt::Vector slide = column.linear * rate;
     const Kt::Vector& w = parent.angularVelocity;
     record.angularVelocity = w + spin;
     record.linearVelocity = parent.linearVelocity + w.cross(r) + slide;
