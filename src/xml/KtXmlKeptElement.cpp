@@ -46,12 +46,8 @@ bool readBody(KtXmlReader& reader, KtXmlKeptElement::Node& node) {
 }
 
 void writeBody(KtXmlWriter& writer, const KtXmlKeptElement::Node& node) {
-  for (const KtXmlKeptElement::Attribute& attribute : node.attributes) {
-    if (attribute.typeName.nameSpace().empty())
-      writer.writeQualifiedAttribute(attribute.name, attribute.value);
-    else
-      writer.writeQualifiedNameAttribute(attribute.name, attribute.typeName);
-  }
+  for (const KtXmlKeptElement::Attribute& attribute : node.attributes)
+    writer.writeAttributeAsRead(attribute.name, attribute.value, attribute.typeName);
   if (!node.text.empty()) writer.writeContentItem(node.text);
   for (const KtXmlKeptElement::Node& child : node.children) {
     writer.writeStartElement(child.token);

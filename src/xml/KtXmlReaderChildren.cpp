@@ -25,10 +25,7 @@ bool KtXmlReader::getChildrenAsString(std::string& text) {
         for (std::span<KtXmlAttribute> list : {attributes(), schemaInstanceAttributes()}) {
           for (KtXmlAttribute& attribute : list) {
             attribute.consumed = true;
-            if (attribute.typeName.nameSpace().empty())
-              writer.writeQualifiedAttribute(attribute.token, attribute.value);
-            else
-              writer.writeQualifiedNameAttribute(attribute.token, attribute.typeName);
+            writer.writeAttributeAsRead(attribute.token, attribute.value, attribute.typeName);
           }
         }
         break;

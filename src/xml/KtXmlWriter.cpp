@@ -260,6 +260,14 @@ void KtXmlWriter::writeQualifiedAttribute(const KtToken& token, std::string_view
   appendAttribute(token.nameSpace().empty() ? std::string() : prefixInScope(token.nameSpace()), token, value);
 }
 
+void KtXmlWriter::writeAttributeAsRead(const KtToken& token, std::string_view value,
+                                       const KtToken& typeName) {
+  if (typeName.nameSpace().empty())
+    writeQualifiedAttribute(token, value);
+  else
+    writeQualifiedNameAttribute(token, typeName);
+}
+
 void KtXmlWriter::writeQualifiedNameAttribute(const KtToken& token, const KtToken& value) {
   if (!startTagIsOpen(token)) return;
   std::string text = value.nameSpace().empty() ? std::string() : prefixInScope(value.nameSpace()) + ':';

@@ -56,9 +56,10 @@ class KtXmlWriter {
   // An attribute with its namespace (for content passed through unchanged): the namespace
   // is declared on the current element unless it is already in scope.
   void writeQualifiedAttribute(const KtToken& token, std::string_view value);
-  // An attribute whose value is a qualified name (xsi:type), written with the prefix of
-  // that name's namespace, which is declared as well when needed.
-  void writeQualifiedNameAttribute(const KtToken& token, const KtToken& value);
+  // An attribute as the reader gave it: when it names a type in a namespace (xsi:type), that
+  // name is written with the prefix of its namespace, declared as well when needed; otherwise
+  // the text value is written.
+  void writeAttributeAsRead(const KtToken& token, std::string_view value, const KtToken& typeName);
   void writeContentItem(std::string_view text);
   void writeEndElement();
 
@@ -129,6 +130,7 @@ class KtXmlWriter {
   bool startTagIsOpen(const KtToken& token) const;
   void appendAttribute(std::string_view prefix, const KtToken& token, std::string_view value);
   void flushIfLarge();
+  void writeQualifiedNameAttribute(const KtToken& token, const KtToken& value);
   std::string_view currentElementName() const;
 
   std::ostream& m_stream;
