@@ -1,0 +1,18 @@
+// Enters the motion classes that documents create by element name (end effectors stand in
+// polymorphic vectors) into the default factory at start-up.
+#include "motion/KtGeneralMotionFilter.h"
+#include "motion/KtPointMotionFilter.h"
+#include "motion/endeffector/KtEndEffectorRelativeLinkData.h"
+#include "xml/KtXmlFactory.h"
+
+namespace {
+
+const bool registered = [] {
+  KtXmlFactory& factory = KtXmlFactory::defaultFactory();
+  factory.registerClass<KtPointMotionFilter>();
+  factory.registerClass<KtGeneralMotionFilter>();
+  factory.registerClass<KtEndEffectorRelativeLinkData>();
+  return true;
+}();
+
+}  // namespace

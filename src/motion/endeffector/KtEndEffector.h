@@ -1,0 +1,156 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <initializer_list>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "manipulator/KtGeneralMotion.h"
+#include "manipulator/KtIndividualManipulator.h"
+#include "manipulator/KtManipulatorActiveState.h"
+#include "math/ReArray.h"
+#include "math/coordinateSystemTransformation.h"
+#include "motion/endeffector/KtEndEffectorRelativeLinkData.h"
+#include "xml/KtXmlBasicType.h"
+#include "xml/KtXmlCompoundType.h"
+#include "xml/KtXmlPairType.h"
+#include "xml/KtXmlVectorType.h"
+
+// An end effector's parameters as text for interactive editing: (label, value) pairs.
+using KtEditingValues = std::vector<std::pair<std::string, std::string>>;
+
+// A velocity of an end effector as the control path passes it around: as many entries as the
+// end effector has rows, or, for the frame-like ones, the six-entry general velocity (linear
+// then angular, system axes) that their filter reduces. An empty feed-forward counts as zero.
+using KtEndEffectorVelocityEntries = std::vector<KtReal>;
+
+// One task-space constraint on a manipulator: a point or frame on a link, the centre of mass,
+// the momentum, or a weighted sum of joint values. It knows its row count, its placement for a
+// state, its rows of the manipulator Jacobian, its motion filter (desired placement to commanded
+// velocity) and how far two of its placements lie apart.
+//
+// Frames. "The link frame" of the carrying link is its primary frame in system coordinates.
+// Jacobian columns are the joints in index order, then six base columns (translation along,
+// then rotation about the system's x, y, z through the base origin) when the base is free.
+// Rows are in system axes unless a class says otherwise.
+//
+// Labels are resolved to link indices once per manipulator and model revision (see
+// resolvedLink); a label that names no link is reported by the operation that needed it.
+// Nothing here throws; a failure prints and leaves its output as it was.
+class KtEndEffector : public KtXmlCompoundType {
+ public:
+  const std::string& linkIdentifier() const { return m_linkIdentifier; }
+  void setLinkIdentifier(const std::string& label) { m_linkIdentifier = label; }
+  const KtEndEffectorRelativeLinkData& relativeLinkData() const { return m_relativeLinkData; }
+  void setRelativeLinkData(const KtEndEffectorRelativeLinkData& data) { m_relativeLinkData = data; }
+  bool isHardConstraint() const { return m_isHardConstraint; }
+  void setIsHardConstraint(bool hard) { m_isHardConstraint = hard; }
+
+  // Number of scalar constraint rows this end effector contributes.
+  virtual std::size_t rowCount() const = 0;
+
+  // Writes this end effector's rows, from firstRow on, into a Jacobian whose columns are the
+  // manipulator's joints (plus six when isFixedBase is false). `state` is the manipulator's
+  // up-to-date active state. Entries of other columns are left as they were.
+  virtual void insertJacobianComponent(const KtIndividualManipulator& manipulator, std::size_t firstRow,
+                                       const KtEndEffectorRelativeLinkData& relative, bool isFixedBase,
+                                       KtManipulatorActiveState& state, Kt::ReArray& jacobian) const = 0;
+  // Writes 1.0 wherever insertJacobianComponent can write a non-zero entry.
+  virtual void insertSparsityComponent(const KtIndividualManipulator& manipulator, std::size_t firstRow,
+                                       const KtEndEffectorRelativeLinkData& relative, bool isFixedBase,
+                                       KtManipulatorActiveState& state, Kt::ReArray& sparsity) const = 0;
+
+  // The current placement: in system coordinates, or in the reference link's frame while the
+  // own relative-link data says so. False (with the class's message) when a label is bad.
+  virtual bool calculatePlacement(const KtIndividualManipulator& manipulator, KtManipulatorActiveState& state,
+                                  Kt::coordinateSystemTransformation& placement) const = 0;
+  // Velocity and velocity-product acceleration (system axes) of the end effector's point or
+  // frame origin, as for a point rigidly fixed to the carrying link; relative to the reference
+  // link's point at the same place while the own relative-link data says so.
+  virtual bool calculateVelocity(const KtIndividualManipulator& manipulator, KtManipulatorActiveState& state,
+                                 KtGeneralMotion& velocity) const;
+  virtual bool calculateAcceleration(const KtIndividualManipulator& manipulator, KtManipulatorActiveState& state,
+                                     KtGeneralMotion& acceleration) const;
+
+  // How far apart two placements are: as a length, and in units of the filter's threshold.
+  virtual KtReal normalizedDistance(const Kt::coordinateSystemTransformation& first,
+                                    const Kt::coordinateSystemTransformation& second) const = 0;
+  virtual KtReal linearDistance(const Kt::coordinateSystemTransformation& first,
+                                const Kt::coordinateSystemTransformation& second) const = 0;
+
+  // The class's editing labels with the current values as text, and their parsing back. A
+  // list of another length than the class's label count is ignored.
+  virtual KtEditingValues editingValues() const = 0;
+  virtual void setEditingValues(const KtEditingValues& values) = 0;
+  // Sets the one label through the two above; false when the class has no such label.
+  bool setEditingValue(const std::string& label, const std::string& value);
+  std::size_t editingLabelCount() const { return m_editingLabelCount; }
+
+  virtual KtReal motionThreshold() const = 0;
+  virtual void setMotionThreshold(KtReal threshold) = 0;
+  virtual KtReal errorWeight() const = 0;
+  virtual void setErrorWeight(KtReal weight) = 0;
+
+  // The commanded velocity (rowCount() entries, in the axes of the rows) that drives the
+  // actual placement toward the desired one over a step of dt, plus the feed-forward.
+  virtual void filterEndEffectorVelocity(const Kt::coordinateSystemTransformation& actual,
+                                         const Kt::coordinateSystemTransformation& desired,
+                                         const KtEndEffectorVelocityEntries& feedForward, KtReal dt,
+                                         KtEndEffectorVelocityEntries& commanded) const = 0;
+
+  // Resolves the labels for this manipulator now (the set calls it when it or the model
+  // changes); the queries above resolve on their own when the revision has moved on.
+  virtual void setLinkIndices(const KtIndividualManipulator& manipulator) const;
+
+ protected:
+  explicit KtEndEffector(std::initializer_list<const char*> editingLabels);
+  void registerComponents() override;
+
+  // The link with that label (the manipulator itself for its base label), or null, looked up
+  // once per manipulator, label and model revision and remembered in `cache`.
+  struct ResolvedLink {
+    const KtIndividualManipulator* manipulator = nullptr;
+    std::uint64_t revision = 0;
+    std::string label;
+    int index = KtManipulatorLink::kNoIndex;
+  };
+  static const KtManipulatorLink* resolvedLink(const KtIndividualManipulator& manipulator,
+                                               const std::string& label, ResolvedLink& cache);
+  const KtManipulatorLink* carryingLink(const KtIndividualManipulator& manipulator) const {
+    return resolvedLink(manipulator, m_linkIdentifier, m_carryingLink);
+  }
+  const KtManipulatorLink* referenceLink(const KtIndividualManipulator& manipulator,
+                                         const KtEndEffectorRelativeLinkData& relative) const {
+    return resolvedLink(manipulator, relative.relativeLinkId(), m_referenceLink);
+  }
+
+  // The absolute placement the velocity and acceleration are taken at (its origin); classes
+  // whose point is not on one link (centre of mass) override the motion queries instead.
+  virtual bool calculateAbsolutePlacement(const KtIndividualManipulator& manipulator,
+                                          KtManipulatorActiveState& state,
+                                          Kt::coordinateSystemTransformation& placement) const = 0;
+  // `placement` (absolute) re-expressed in the reference link's frame when the own
+  // relative-link data asks for it; false (placement unchanged) for a bad reference label.
+  bool makeRelative(const KtIndividualManipulator& manipulator, KtManipulatorActiveState& state,
+                    Kt::coordinateSystemTransformation& placement) const;
+
+  // Text forms of editing values: reals in shortest round-trip form, flags as "1" or "0".
+  static std::string editingText(KtReal value);
+  static std::string editingText(bool value);
+  // Parses a real; on text that is no finite number the value stays as it was.
+  static void parseEditingReal(const std::string& text, KtReal& value);
+  // "0" means false, any other text true.
+  static bool parseEditingFlag(const std::string& text) { return text != "0"; }
+
+ private:
+  KtXmlBasicType<std::string> m_linkIdentifier;
+  KtEndEffectorRelativeLinkData m_relativeLinkData;
+  KtXmlBasicType<bool> m_isHardConstraint = true;
+  KtXmlVectorType<KtXmlPairType<std::string, std::string>> m_editingLabels;
+  std::size_t m_editingLabelCount = 0;
+
+  mutable ResolvedLink m_carryingLink;
+  mutable ResolvedLink m_referenceLink;
+};
