@@ -54,13 +54,9 @@ bool KtJointColumns::writeFreeBase(const KtIndividualManipulator& manipulator,
   if (!blockFits(jacobian, firstRow, rows, n + 6, "writeFreeBase")) return false;
   const Kt::Vector r =
       point - state.activePositionState().positionState().coordinateSystemTransform().translation();
-  // Column n+k moves the base along system axis k; column n+3+k turns it about that axis,
-  // which moves the point by e_k × r.
-  for (std::size_t k = 0; k < 3; ++k) {
-    Kt::Vector axis;
-    axis[k] = 1.0;
-    store(axis, Kt::Vector(), rows, jacobian, firstRow, n + k);
-    store(axis.cross(r), axis, rows, jacobian, firstRow, n + 3 + k);
+  for (std::size_t k = 0; k < 6; ++k) {
+    const KtJointColumn column = freeBase(k, r);
+    store(column.linear, column.angular, rows, jacobian, firstRow, n + k);
   }
   return true;
 }

@@ -51,6 +51,23 @@ class KtJointColumns {
     return {toSystem * unit.linear(), toSystem * unit.angular()};
   }
 
+  // The column of a link's own joint at `point`.
+  static KtJointColumn at(const KtManipulatorLink& link, KtManipulatorActiveState& state, const Kt::Vector& point) {
+    const Kt::coordinateSystemTransformation& frame = link.dhFrameInSystem(state);
+    KtJointColumn column = atJointFrame(link, frame);
+    column.linear += column.angular.cross(point - frame.translation());
+    return column;
+  }
+
+  // Free-base column k (0..5) at a point `r` away from the base origin: k < 3 moves the base
+  // along system axis k, k >= 3 turns it about axis k − 3, which moves the point by e × r.
+  static KtJointColumn freeBase(std::size_t k, const Kt::Vector& r) {
+    Kt::Vector axis;
+    axis[k % 3] = 1.0;
+    if (k < 3) return {axis, Kt::Vector()};
+    return {axis.cross(r), axis};
+  }
+
   // Calls visit(jointIndex, column) for each joint on the chain from link `linkIndex` to the
   // base, the link's own joint first, with the column at `point`. An index that names no link:
   // a message and false, and nothing is visited.
@@ -60,10 +77,8 @@ class KtJointColumns {
     if (!linkIndexValid(manipulator, linkIndex, "forEach")) return false;
     for (const KtManipulatorLink* link = &manipulator.link(linkIndex);
          link->linkIndex() != KtManipulatorLink::kBaseLinkIndex; link = link->parentLink()) {
-      const Kt::coordinateSystemTransformation& frame = link->dhFrameInSystem(state);
-      KtJointColumn column = atJointFrame(*link, frame);
-      column.linear += column.angular.cross(point - frame.translation());
-      visit(static_cast<std::size_t>(link->linkIndex()), std::as_const(column));
+      const KtJointColumn column = at(*link, state, point);
+      visit(static_cast<std::size_t>(link->linkIndex()), column);
     }
     return true;
   }

@@ -9,6 +9,7 @@
 
 #include "manipulator/KtGeneralMotion.h"
 #include "manipulator/KtIndividualManipulator.h"
+#include "manipulator/KtJointColumns.h"
 #include "manipulator/KtManipulatorActiveState.h"
 #include "math/ReArray.h"
 #include "math/coordinateSystemTransformation.h"
@@ -124,6 +125,43 @@ class KtEndEffector : public KtXmlCompoundType {
   const KtManipulatorLink* referenceLink(const KtIndividualManipulator& manipulator,
                                          const KtEndEffectorRelativeLinkData& relative) const {
     return resolvedLink(manipulator, relative.relativeLinkId(), m_referenceLink);
+  }
+
+  // Calls visit(columnIndex, column) for every Jacobian column that the motion of `point`
+  // (system coordinates), rigidly fixed to `link`, depends on; column is a KtJointColumn.
+  // Absolute: the columns of the link's chain, then the six base columns when `freeBase`.
+  // Relative (`relative` set): the motion relative to the point fixed to `reference` at the
+  // same place, so the joints both chains share give exactly zero, the reference chain's own
+  // joints give their negated columns, and no base column is visited; with no reference
+  // (a bad label) only the own chain is visited.
+  template <typename Visit>
+  static void forEachColumn(const KtIndividualManipulator& manipulator, KtManipulatorActiveState& state,
+                            const KtManipulatorLink& link, bool relative, const KtManipulatorLink* reference,
+                            bool freeBase, const Kt::Vector& point, Visit&& visit) {
+    for (const KtManipulatorLink* own = &link; own->linkIndex() >= 0; own = own->parentLink()) {
+      const bool shared = reference != nullptr && isOnChainOf(*own, *reference);
+      visit(static_cast<std::size_t>(own->linkIndex()),
+            shared ? KtJointColumn{} : KtJointColumns::at(*own, state, point));
+    }
+    if (relative) {
+      if (reference == nullptr) return;
+      for (const KtManipulatorLink* other = reference; other->linkIndex() >= 0; other = other->parentLink()) {
+        if (isOnChainOf(*other, link)) break;  // from here on toward the base the joints are shared
+        const KtJointColumn column = KtJointColumns::at(*other, state, point);
+        visit(static_cast<std::size_t>(other->linkIndex()), KtJointColumn{-column.linear, -column.angular});
+      }
+      return;
+    }
+    if (!freeBase) return;
+    const Kt::Vector r =
+        point - state.activePositionState().positionState().coordinateSystemTransform().translation();
+    for (std::size_t k = 0; k < 6; ++k) visit(manipulator.jointDof() + k, KtJointColumns::freeBase(k, r));
+  }
+  // Whether `candidate` lies on the chain from `link` to the base (the link itself included).
+  static bool isOnChainOf(const KtManipulatorLink& candidate, const KtManipulatorLink& link) {
+    for (const KtManipulatorLink* l = &link; l != nullptr; l = l->parentLink())
+      if (l == &candidate) return true;
+    return false;
   }
 
   // The absolute placement the velocity and acceleration are taken at (its origin); classes
