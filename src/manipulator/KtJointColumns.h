@@ -52,7 +52,8 @@ class KtJointColumns {
   }
 
   // The column of a link's own joint at `point`.
-  static KtJointColumn at(const KtManipulatorLink& link, KtManipulatorActiveState& state, const Kt::Vector& point) {
+  static KtJointColumn at(const KtManipulatorLink& link, KtManipulatorActiveState& state,
+                          const Kt::Vector& point) {
     const Kt::coordinateSystemTransformation& frame = link.dhFrameInSystem(state);
     KtJointColumn column = atJointFrame(link, frame);
     column.linear += column.angular.cross(point - frame.translation());

@@ -2,13 +2,15 @@
 
 #include <charconv>
 
+#include "foundation/Print.h"
 #include "manipulator/KtModelRevision.h"
 #include "xml/KtXmlNamespaces.h"
 #include "xml/KtXmlSimpleType.h"
 
 KtEndEffector::KtEndEffector(std::initializer_list<const char*> editingLabels)
     : m_editingLabelCount(editingLabels.size()) {
-  for (const char* label : editingLabels) m_editingLabels.push_back(std::pair<std::string, std::string>(label, ""));
+  for (const char* label : editingLabels)
+    m_editingLabels.push_back(std::pair<std::string, std::string>(label, ""));
 }
 
 void KtEndEffector::registerComponents() {
@@ -23,7 +25,8 @@ void KtEndEffector::registerComponents() {
 
 const KtManipulatorLink* KtEndEffector::resolvedLink(const KtIndividualManipulator& manipulator,
                                                      const std::string& label, ResolvedLink& cache) {
-  if (cache.manipulator != &manipulator || cache.revision != KtModelRevision::current() || cache.label != label) {
+  if (cache.manipulator != &manipulator || cache.revision != KtModelRevision::current() ||
+      cache.label != label) {
     const KtManipulatorLink* link = manipulator.findLink(label);
     cache.manipulator = &manipulator;
     cache.revision = KtModelRevision::current();
@@ -63,8 +66,8 @@ bool pointVelocity(const KtManipulatorLink& link, KtManipulatorActiveState& stat
   return true;
 }
 
-bool pointAcceleration(const KtManipulatorLink& link, KtManipulatorActiveState& state, const Kt::Vector& point,
-                       KtGeneralMotion& acceleration) {
+bool pointAcceleration(const KtManipulatorLink& link, KtManipulatorActiveState& state,
+                       const Kt::Vector& point, KtGeneralMotion& acceleration) {
   KtGeneralMotion local, velocity;
   if (!link.dhFrameAccelerationInLocal(state, local) || !link.dhFrameVelocityInSystem(state, velocity))
     return false;
@@ -80,8 +83,8 @@ bool pointAcceleration(const KtManipulatorLink& link, KtManipulatorActiveState& 
 
 }  // namespace
 
-bool KtEndEffector::calculateVelocity(const KtIndividualManipulator& manipulator, KtManipulatorActiveState& state,
-                                      KtGeneralMotion& velocity) const {
+bool KtEndEffector::calculateVelocity(const KtIndividualManipulator& manipulator,
+                                      KtManipulatorActiveState& state, KtGeneralMotion& velocity) const {
   Kt::coordinateSystemTransformation placement;
   const KtManipulatorLink* link = carryingLink(manipulator);
   if (link == nullptr || !calculateAbsolutePlacement(manipulator, state, placement)) return false;
@@ -90,7 +93,8 @@ bool KtEndEffector::calculateVelocity(const KtIndividualManipulator& manipulator
   if (m_relativeLinkData.isRelativeLink()) {
     const KtManipulatorLink* reference = referenceLink(manipulator, m_relativeLinkData);
     KtGeneralMotion carried;
-    if (reference == nullptr || !pointVelocity(*reference, state, placement.translation(), carried)) return false;
+    if (reference == nullptr || !pointVelocity(*reference, state, placement.translation(), carried))
+      return false;
     own.setLinear(own.linear() - carried.linear());
     own.setAngular(own.angular() - carried.angular());
   }
@@ -99,7 +103,8 @@ bool KtEndEffector::calculateVelocity(const KtIndividualManipulator& manipulator
 }
 
 bool KtEndEffector::calculateAcceleration(const KtIndividualManipulator& manipulator,
-                                          KtManipulatorActiveState& state, KtGeneralMotion& acceleration) const {
+                                          KtManipulatorActiveState& state,
+                                          KtGeneralMotion& acceleration) const {
   Kt::coordinateSystemTransformation placement;
   const KtManipulatorLink* link = carryingLink(manipulator);
   if (link == nullptr || !calculateAbsolutePlacement(manipulator, state, placement)) return false;
@@ -115,6 +120,14 @@ bool KtEndEffector::calculateAcceleration(const KtIndividualManipulator& manipul
   }
   acceleration = own;
   return true;
+}
+
+bool KtEndEffector::blockFits(const Kt::ReArray& matrix, std::size_t firstRow, std::size_t rowCount,
+                              std::size_t columnCount, const char* operation) {
+  if (firstRow + rowCount <= matrix.rows() && columnCount <= matrix.columns()) return true;
+  ktPrint(KtSeverity::Error, "%s: rows %zu to %zu and %zu columns do not fit a %zu x %zu matrix.\n",
+          operation, firstRow, firstRow + rowCount - 1, columnCount, matrix.rows(), matrix.columns());
+  return false;
 }
 
 bool KtEndEffector::setEditingValue(const std::string& label, const std::string& value) {

@@ -72,8 +72,8 @@ class KtEndEffector : public KtXmlCompoundType {
   // link's point at the same place while the own relative-link data says so.
   virtual bool calculateVelocity(const KtIndividualManipulator& manipulator, KtManipulatorActiveState& state,
                                  KtGeneralMotion& velocity) const;
-  virtual bool calculateAcceleration(const KtIndividualManipulator& manipulator, KtManipulatorActiveState& state,
-                                     KtGeneralMotion& acceleration) const;
+  virtual bool calculateAcceleration(const KtIndividualManipulator& manipulator,
+                                     KtManipulatorActiveState& state, KtGeneralMotion& acceleration) const;
 
   // How far apart two placements are: as a length, and in units of the filter's threshold.
   virtual KtReal normalizedDistance(const Kt::coordinateSystemTransformation& first,
@@ -173,6 +173,11 @@ class KtEndEffector : public KtXmlCompoundType {
   // relative-link data asks for it; false (placement unchanged) for a bad reference label.
   bool makeRelative(const KtIndividualManipulator& manipulator, KtManipulatorActiveState& state,
                     Kt::coordinateSystemTransformation& placement) const;
+
+  // Whether rows firstRow.. (rowCount of them) and `columnCount` columns exist in `matrix`;
+  // otherwise "<operation>: rows a to b and c columns do not fit an r x c matrix." and false.
+  static bool blockFits(const Kt::ReArray& matrix, std::size_t firstRow, std::size_t rowCount,
+                        std::size_t columnCount, const char* operation);
 
   // Text forms of editing values: reals in shortest round-trip form, flags as "1" or "0".
   static std::string editingText(KtReal value);

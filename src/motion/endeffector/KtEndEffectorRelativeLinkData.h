@@ -10,7 +10,8 @@
 // set, the end effector's placement is given in the reference link's frame and its velocity and
 // Jacobian rows are those relative to a point rigidly fixed to the reference link (system
 // axes); no free-base columns are written, since a base motion moves both links alike.
-class KtEndEffectorRelativeLinkData : public KtXmlCloneable<KtEndEffectorRelativeLinkData, KtXmlCompoundType> {
+class KtEndEffectorRelativeLinkData
+    : public KtXmlCloneable<KtEndEffectorRelativeLinkData, KtXmlCompoundType> {
  public:
   const KtToken& elementToken() const override;
 

@@ -24,7 +24,8 @@ inline KtStatedSystem sampleSystem(const char* name, TestRandom& rng) {
   KtStatedSystem stated;
   EXPECT_TRUE(ktReadObjectFromFile(stated, std::string(KT_TEST_DATA_DIR) + "/" + name));
   KtPositionState position = stated.state().positionStates()[0];
-  position.setJointPositions(manipulator_test::randomJoints(rng, stated.system().manipulator(0).jointDof(), 2.5));
+  position.setJointPositions(
+      manipulator_test::randomJoints(rng, stated.system().manipulator(0).jointDof(), 2.5));
   position.setCoordinateSystemTransform(manipulator_test::randomPose(rng));
   stated.setIndividualState(0, position);
   return stated;
@@ -32,8 +33,9 @@ inline KtStatedSystem sampleSystem(const char* name, TestRandom& rng) {
 
 // The placement of the end effector on manipulator 0 with joint `column` (or, past the joints,
 // base motion column − n) moved by `step` from the current state; the state is restored.
-inline Kt::coordinateSystemTransformation movedPlacement(KtStatedSystem& stated, const KtEndEffector& endEffector,
-                                                         std::size_t column, double step) {
+inline Kt::coordinateSystemTransformation movedPlacement(KtStatedSystem& stated,
+                                                         const KtEndEffector& endEffector, std::size_t column,
+                                                         double step) {
   const KtIndividualManipulator& manipulator = stated.system().manipulator(0);
   const KtPositionState original = stated.state().positionStates()[0];
   KtPositionState moved = original;
@@ -48,7 +50,8 @@ inline Kt::coordinateSystemTransformation movedPlacement(KtStatedSystem& stated,
       pose.setTranslation(pose.translation() + axis * step);
     } else {
       const Kt::Vector half = axis * std::sin(step / 2);
-      pose.setOrientation(Kt::Orientation(std::cos(step / 2), half.x(), half.y(), half.z()) * pose.orientation());
+      pose.setOrientation(Kt::Orientation(std::cos(step / 2), half.x(), half.y(), half.z()) *
+                          pose.orientation());
     }
     moved.setCoordinateSystemTransform(pose);
   }
@@ -66,7 +69,8 @@ inline Kt::ReArray placementRates(KtStatedSystem& stated, const KtEndEffector& e
   const std::size_t columns = stated.system().manipulator(0).jointDof() + (freeBase ? 6 : 0);
   Kt::ReArray rates(6, columns);
   for (std::size_t c = 0; c < columns; ++c) {
-    const Kt::coordinateSystemTransformation before = movedPlacement(stated, endEffector, c, -kDifferenceStep);
+    const Kt::coordinateSystemTransformation before =
+        movedPlacement(stated, endEffector, c, -kDifferenceStep);
     const Kt::coordinateSystemTransformation after = movedPlacement(stated, endEffector, c, kDifferenceStep);
     const Kt::Vector linear = (after.translation() - before.translation()) * (0.5 / kDifferenceStep);
     const Kt::Vector angular = angularRate(before.orientation(), after.orientation(), 2 * kDifferenceStep);
