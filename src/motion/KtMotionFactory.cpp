@@ -3,6 +3,11 @@
 #include "motion/KtGeneralMotionFilter.h"
 #include "motion/KtPointMotionFilter.h"
 #include "motion/endeffector/KtEndEffectorRelativeLinkData.h"
+#include "motion/endeffector/KtEndEffectorSet.h"
+#include "motion/endeffector/KtEndEffectorVector.h"
+#include "motion/endeffector/KtManipulatorEndEffectorPlacement.h"
+#include "motion/endeffector/KtManipulatorEndEffectorPlacementVector.h"
+#include "motion/endeffector/KtManipulatorEndEffectorVelocity.h"
 #include "xml/KtXmlFactory.h"
 
 namespace {
@@ -12,6 +17,11 @@ const bool registered = [] {
   factory.registerClass<KtPointMotionFilter>();
   factory.registerClass<KtGeneralMotionFilter>();
   factory.registerClass<KtEndEffectorRelativeLinkData>();
+  factory.registerClass<KtEndEffectorVector>();
+  factory.registerClass<KtEndEffectorSet>();
+  factory.registerClass<KtManipulatorEndEffectorPlacement>();
+  factory.registerClass<KtManipulatorEndEffectorPlacementVector>();
+  factory.registerClass<KtManipulatorEndEffectorVelocity>();
   return true;
 }();
 
