@@ -31,9 +31,14 @@ bool KtEndEffectorSet::read(KtXmlReader& reader) {
   return read;
 }
 
-void KtEndEffectorSet::addEndEffector(std::unique_ptr<KtEndEffector> endEffector) {
+bool KtEndEffectorSet::addEndEffector(std::unique_ptr<KtEndEffector> endEffector) {
+  if (!endEffector) {
+    ktPrint(KtSeverity::Error, "KtEndEffectorSet::addEndEffector(): null end effector.\n");
+    return false;
+  }
   m_endEffectors.push_back(std::move(endEffector));
   refresh();
+  return true;
 }
 
 void KtEndEffectorSet::addEndEffector(const KtEndEffector& endEffector) {

@@ -29,7 +29,8 @@ class KtEndEffectorSet : public KtXmlCloneable<KtEndEffectorSet, KtXmlCompoundTy
   KtEndEffector& endEffector(std::size_t index) { return m_endEffectors[index]; }
   const KtEndEffectorVector& endEffectors() const { return m_endEffectors; }
 
-  void addEndEffector(std::unique_ptr<KtEndEffector> endEffector);
+  // False (with a message) for a null pointer.
+  bool addEndEffector(std::unique_ptr<KtEndEffector> endEffector);
   void addEndEffector(const KtEndEffector& endEffector);
   // False (with a message) for an index past the end; the set is then unchanged.
   bool removeEndEffector(int index);

@@ -187,6 +187,8 @@ TEST(KtEndEffectorSetTest, BadIndicesAndMissingPartsPrintTheirMessageAndChangeNo
        "KtEndEffectorSet::relativeLinkData(): bad end-effector index (-1)."},
       {[&] { return set.relativeLinkData(4) == nullptr; },
        "KtEndEffectorSet::relativeLinkData(): bad end-effector index (4)."},
+      {[&] { return !set.addEndEffector(nullptr); },
+       "KtEndEffectorSet::addEndEffector(): null end effector.\n"},
       {[&] { return !set.removeEndEffector(4); },
        "KtEndEffectorSet::removeEndEffector(): bad end-effector index (4)."},
       {[&] { return !set.replaceEndEffector(-2, badLabel.endEffector(0)); },
