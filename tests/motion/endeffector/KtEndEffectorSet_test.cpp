@@ -11,6 +11,7 @@
 #include "motion/endeffector/KtManipulatorEndEffectorPlacement.h"
 #include "motion/endeffector/KtManipulatorEndEffectorPlacementVector.h"
 #include "motion/endeffector/RowsTestEndEffector.h"
+#include "motion/endeffector/SchemaCheck.h"
 #include "support/AllocationCounter.h"
 #include "support/PrintCapture.h"
 #include "xml/KtXmlFactory.h"
@@ -248,7 +249,7 @@ TEST(KtEndEffectorSetTest, VelocityColumnIsHandedOutInSetOrderWhateverTheListHel
   }
 }
 
-TEST(KtEndEffectorSetTest, DocumentsRoundTripByteForByte) {
+TEST(KtEndEffectorSetTest, DocumentsRoundTripByteForByteAndValidate) {
   KtStatedSystem stated = craigSystem();
   KtEndEffectorSet set = mixedSet(stated.system().manipulator(0));
   set.endEffector(1).setIsHardConstraint(false);
@@ -272,6 +273,7 @@ TEST(KtEndEffectorSetTest, DocumentsRoundTripByteForByte) {
     EXPECT_TRUE(ktTestRead(*read, once));
     EXPECT_TRUE(read->isEqual(object)) << once;
     EXPECT_EQ(ktTestWrite(*read), once);
+    EXPECT_TRUE(endeffector_test::validatesAgainstOwnSchema(object, "roundTrip")) << once;
     return once;
   };
   const std::string setText = roundTrip(set);
