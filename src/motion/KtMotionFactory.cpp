@@ -3,6 +3,9 @@
 #include "motion/KtGeneralMotionFilter.h"
 #include "motion/KtPointMotionFilter.h"
 #include "motion/endeffector/KtEndEffectorRelativeLinkData.h"
+#include "motion/endeffector/KtLinearConstraintEndEffector.h"
+#include "motion/endeffector/KtPointEndEffector.h"
+#include "motion/endeffector/KtXyEndEffector.h"
 #include "xml/KtXmlFactory.h"
 
 namespace {
@@ -12,6 +15,9 @@ const bool registered = [] {
   factory.registerClass<KtPointMotionFilter>();
   factory.registerClass<KtGeneralMotionFilter>();
   factory.registerClass<KtEndEffectorRelativeLinkData>();
+  factory.registerClass<KtPointEndEffector>();
+  factory.registerClass<KtXyEndEffector>();
+  factory.registerClass<KtLinearConstraintEndEffector>();
   return true;
 }();
 
