@@ -5,9 +5,12 @@
 #include "motion/endeffector/KtEndEffectorRelativeLinkData.h"
 #include "motion/endeffector/KtEndEffectorSet.h"
 #include "motion/endeffector/KtEndEffectorVector.h"
+#include "motion/endeffector/KtLinearConstraintEndEffector.h"
 #include "motion/endeffector/KtManipulatorEndEffectorPlacement.h"
 #include "motion/endeffector/KtManipulatorEndEffectorPlacementVector.h"
 #include "motion/endeffector/KtManipulatorEndEffectorVelocity.h"
+#include "motion/endeffector/KtPointEndEffector.h"
+#include "motion/endeffector/KtXyEndEffector.h"
 #include "xml/KtXmlFactory.h"
 
 namespace {
@@ -22,6 +25,9 @@ const bool registered = [] {
   factory.registerClass<KtManipulatorEndEffectorPlacement>();
   factory.registerClass<KtManipulatorEndEffectorPlacementVector>();
   factory.registerClass<KtManipulatorEndEffectorVelocity>();
+  factory.registerClass<KtPointEndEffector>();
+  factory.registerClass<KtXyEndEffector>();
+  factory.registerClass<KtLinearConstraintEndEffector>();
   return true;
 }();
 

@@ -1,8 +1,6 @@
 #pragma once
 
 #include <array>
-#include <cmath>
-#include <cstddef>
 
 #include "math/Vector.h"
 #include "motion/KtMotionGain.h"
@@ -27,33 +25,17 @@ class KtPointMotionFilter : public KtXmlCloneable<KtPointMotionFilter, KtXmlComp
 
   void filterVelocity(const Kt::Vector& actual, const Kt::Vector& desired, const Kt::Vector& feedForward,
                       KtReal dt, Kt::Vector& commanded) const {
-    filterEntries<3>(actual, desired, feedForward, dt, commanded);
+    ktFilterPointError<3>(m_linearGain, m_threshold, actual, desired, feedForward, dt, commanded);
   }
   void filterPlanarVelocity(const KtPlanarVector& actual, const KtPlanarVector& desired,
                             const KtPlanarVector& feedForward, KtReal dt, KtPlanarVector& commanded) const {
-    filterEntries<2>(actual, desired, feedForward, dt, commanded);
+    ktFilterPointError<2>(m_linearGain, m_threshold, actual, desired, feedForward, dt, commanded);
   }
 
  protected:
   void registerComponents() override;
 
  private:
-  // The filter on any N-entry vector type with indexed access.
-  template <std::size_t N, typename V>
-  void filterEntries(const V& actual, const V& desired, const V& feedForward, KtReal dt, V& commanded) const {
-    const KtReal gain = ktEffectiveGain(m_linearGain, dt);
-    // Built apart from the output, which may share its storage with an input.
-    V correction = actual;
-    KtReal speedSquared = 0.0;
-    for (std::size_t i = 0; i < N; ++i) {
-      correction[i] = gain * (desired[i] - actual[i]);
-      speedSquared += correction[i] * correction[i];
-    }
-    const KtReal limitSquared = m_threshold * m_threshold;
-    const KtReal scale = speedSquared > limitSquared ? std::sqrt(limitSquared / speedSquared) : 1.0;
-    for (std::size_t i = 0; i < N; ++i) commanded[i] = correction[i] * scale + feedForward[i];
-  }
-
   KtXmlDefaulted<KtXmlBasicType<KtReal>> m_threshold{1.0};
   KtXmlDefaulted<KtXmlBasicType<KtReal>> m_linearGain{200.0};
 };
