@@ -1,7 +1,8 @@
-// Writes the sample manipulator-system documents of the data directory: two 7-joint arms
-// (one in the modified, one in the classic Denavit-Hartenberg convention, with their makers'
-// published link parameters and joint limits), an arm with a tracked free object, and a
-// compressed copy of the first. Usage: kt-make-samples <output directory>
+// Writes the sample documents of the data directory: two 7-joint arms (one in the modified,
+// one in the classic Denavit-Hartenberg convention, with their makers' published link
+// parameters and joint limits), an arm with a tracked free object, a compressed copy of the
+// first, and end-effector sets for the first arm, one per kind of end effector.
+// Usage: kt-make-samples <output directory>
 #include <cstdio>
 #include <memory>
 #include <numbers>
@@ -9,6 +10,10 @@
 #include <vector>
 
 #include "manipulator/KtStatedSystem.h"
+#include "motion/endeffector/KtEndEffectorSet.h"
+#include "motion/endeffector/KtLinearConstraintEndEffector.h"
+#include "motion/endeffector/KtPointEndEffector.h"
+#include "motion/endeffector/KtXyEndEffector.h"
 #include "xml/KtXmlFile.h"
 
 namespace {
@@ -96,8 +101,39 @@ KtStatedSystem statedSystem(std::vector<std::unique_ptr<KtIndividualManipulator>
   return stated;
 }
 
-bool write(const KtStatedSystem& stated, const std::string& path) {
-  if (ktWriteObjectToFile(stated, path)) return std::printf("wrote %s\n", path.c_str()), true;
+// End-effector sets of one member each for craigArm(): its last link carries the flange.
+const char* const kFlangeLink = "craigArmLink7";
+
+KtEndEffectorSet setOf(const KtEndEffector& endEffector) {
+  KtEndEffectorSet set;
+  set.addEndEffector(endEffector);
+  return set;
+}
+
+// The flange centre, held in all three directions.
+KtEndEffectorSet flangePointSet() {
+  KtPointEndEffector point;
+  point.setLinkIdentifier(kFlangeLink);
+  return setOf(point);
+}
+
+// The flange centre, held only in the horizontal plane of the base.
+KtEndEffectorSet flangeXySet() {
+  KtXyEndEffector xy;
+  xy.setLinkIdentifier(kFlangeLink);
+  return setOf(xy);
+}
+
+// The first and last joints held at opposite values: their sum stays zero.
+KtEndEffectorSet opposedJointsSet() {
+  KtLinearConstraintEndEffector sum;
+  sum.setJointLabels({"craigArmLink1", kFlangeLink});
+  sum.setJointWeights({1.0, 1.0});
+  return setOf(sum);
+}
+
+bool write(const KtXmlObject& object, const std::string& path) {
+  if (ktWriteObjectToFile(object, path)) return std::printf("wrote %s\n", path.c_str()), true;
   std::fprintf(stderr, "could not write %s\n", path.c_str());
   return false;
 }
@@ -128,8 +164,12 @@ int main(int argc, char** argv) {
   const KtStatedSystem pairSystem = statedSystem(
       std::move(pair), {atOrigin, Kt::coordinateSystemTransformation(Kt::Vector(0.6, 0.1, 0.4), turned)});
 
-  const bool written =
-      write(craigSystem, directory + "craig_arm.xml") && write(craigSystem, directory + "craig_arm.xml.gz") &&
-      write(paulSystem, directory + "paul_arm.xml") && write(pairSystem, directory + "arm_and_customer.xml");
+  const bool written = write(craigSystem, directory + "craig_arm.xml") &&
+                       write(craigSystem, directory + "craig_arm.xml.gz") &&
+                       write(paulSystem, directory + "paul_arm.xml") &&
+                       write(pairSystem, directory + "arm_and_customer.xml") &&
+                       write(flangePointSet(), directory + "craig_arm_point_set.xml") &&
+                       write(flangeXySet(), directory + "craig_arm_xy_set.xml") &&
+                       write(opposedJointsSet(), directory + "craig_arm_linear_constraint_set.xml");
   return written ? 0 : 1;
 }
