@@ -3,6 +3,7 @@
 #include "motion/KtGeneralMotionFilter.h"
 #include "motion/KtPointMotionFilter.h"
 #include "motion/endeffector/KtEndEffectorRelativeLinkData.h"
+#include "motion/endeffector/KtFrameEndEffector.h"
 #include "xml/KtXmlFactory.h"
 
 namespace {
@@ -12,6 +13,7 @@ const bool registered = [] {
   factory.registerClass<KtPointMotionFilter>();
   factory.registerClass<KtGeneralMotionFilter>();
   factory.registerClass<KtEndEffectorRelativeLinkData>();
+  factory.registerClass<KtFrameEndEffector>();
   return true;
 }();
 
