@@ -4,6 +4,11 @@
 #include "motion/KtPointMotionFilter.h"
 #include "motion/endeffector/KtEndEffectorRelativeLinkData.h"
 #include "motion/endeffector/KtFrameEndEffector.h"
+#include "motion/endeffector/KtFreeSpinInZEndEffector.h"
+#include "motion/endeffector/KtOrientationEndEffector.h"
+#include "motion/endeffector/KtPlanarEndEffector.h"
+#include "motion/endeffector/KtSlideXSpinZEndEffector.h"
+#include "motion/endeffector/KtSlidingEndEffector.h"
 #include "xml/KtXmlFactory.h"
 
 namespace {
@@ -14,6 +19,11 @@ const bool registered = [] {
   factory.registerClass<KtGeneralMotionFilter>();
   factory.registerClass<KtEndEffectorRelativeLinkData>();
   factory.registerClass<KtFrameEndEffector>();
+  factory.registerClass<KtOrientationEndEffector>();
+  factory.registerClass<KtPlanarEndEffector>();
+  factory.registerClass<KtSlideXSpinZEndEffector>();
+  factory.registerClass<KtFreeSpinInZEndEffector>();
+  factory.registerClass<KtSlidingEndEffector>();
   return true;
 }();
 
