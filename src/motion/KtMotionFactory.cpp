@@ -5,6 +5,7 @@
 #include "motion/endeffector/KtEndEffectorRelativeLinkData.h"
 #include "motion/endeffector/KtFrameEndEffector.h"
 #include "motion/endeffector/KtFreeSpinInZEndEffector.h"
+#include "motion/endeffector/KtLookAtEndEffector.h"
 #include "motion/endeffector/KtOrientationEndEffector.h"
 #include "motion/endeffector/KtPlanarEndEffector.h"
 #include "motion/endeffector/KtSlideXSpinZEndEffector.h"
@@ -24,6 +25,7 @@ const bool registered = [] {
   factory.registerClass<KtSlideXSpinZEndEffector>();
   factory.registerClass<KtFreeSpinInZEndEffector>();
   factory.registerClass<KtSlidingEndEffector>();
+  factory.registerClass<KtLookAtEndEffector>();
   return true;
 }();
 
