@@ -16,6 +16,12 @@
 // frame (system axes) or none; it adds the focus point's velocity along x and y after the limit.
 // A target at the frame's origin gives no correction.
 //
+// A shift of the frame across the line of sight moves the focus point as much as a turn does
+// but changes the aim by only focusDistance/range as much, so the rows steer the aim exactly
+// only for a target at the focus distance. A look-at is meant to be combined with end effectors
+// that hold the frame's position; alone, with a target much nearer than its focus distance, a
+// full-gain step can overshoot.
+//
 // Distances: linear = the gap between the two focus points (2·focusDistance·sin(φ/2) for an
 // aiming error φ), normalised = that gap over the threshold, the quantity the filter corrects.
 //
