@@ -187,9 +187,14 @@ void KtFrameMotionEndEffector::parseRotationValues(const KtEditingValues& values
   KtReal angle = 0.0;
   Kt::Vector axis;
   rotation.getAngleAxis(angle, axis);
-  parseEditingReal(values[first].second, angle);
-  for (std::size_t k = 0; k < 3; ++k) parseEditingReal(values[first + 1 + k].second, axis[k]);
-  rotation.setFromAngleAxis(angle, axis.unitVector());
+  KtReal newAngle = angle;
+  Kt::Vector newAxis = axis;
+  parseEditingReal(values[first].second, newAngle);
+  for (std::size_t k = 0; k < 3; ++k) parseEditingReal(values[first + 1 + k].second, newAxis[k]);
+  // The texts are exact, so values as read back leave the rotation untouched rather than
+  // rebuilt with new rounding.
+  if (newAngle == angle && newAxis == axis) return;
+  rotation.setFromAngleAxis(newAngle, newAxis.unitVector());
 }
 
 void KtFrameMotionEndEffector::appendFilterValues(KtEditingValues& values) const {

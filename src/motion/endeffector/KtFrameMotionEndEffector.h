@@ -103,7 +103,8 @@ class KtFrameMotionEndEffector : public KtEndEffector {
   // under "angle", "axis_x", "axis_y", "axis_z", and "filter_threshold" and "is_hard_constraint".
   static void appendRotationValues(const Kt::Orientation& rotation, KtEditingValues& values);
   // Parses the four rotation entries from `first` on; entries that are no number keep their part
-  // of the current rotation, and the axis is normalised (a zero axis gives the identity).
+  // of the current rotation, and the axis is normalised (a zero axis gives the identity). The
+  // values as given out leave the rotation exactly as it is.
   static void parseRotationValues(const KtEditingValues& values, std::size_t first,
                                   Kt::Orientation& rotation);
   void appendFilterValues(KtEditingValues& values) const;
