@@ -2,7 +2,6 @@
 
 #include <array>
 #include <cstddef>
-#include <initializer_list>
 
 #include "motion/KtGeneralMotionFilter.h"
 #include "motion/endeffector/KtEndEffector.h"
@@ -26,10 +25,11 @@ class KtFrameMotionEndEffector : public KtEndEffector {
     std::size_t rowCount;
     // Which of the six motion components each row holds, in row order.
     std::array<std::size_t, 6> components;
-    const char* jacobianOperation;  // "KtXxxEndEffector::insertJacobianComponent()"
-    const char* sparsityOperation;  // "KtXxxEndEffector::insertSparsityComponent()"
-    const char*
-        filterSizeMessage;  // "KtXxxEndEffector::filterEndEffectorVelocity input velocity size wrong."
+    // "KtXxxEndEffector::insertJacobianComponent()", "KtXxxEndEffector::insertSparsityComponent()"
+    // and "KtXxxEndEffector::filterEndEffectorVelocity input velocity size wrong."
+    const char* jacobianOperation;
+    const char* sparsityOperation;
+    const char* filterSizeMessage;
   };
 
   const KtGeneralMotionFilter& motionFilter() const { return m_motionFilter; }

@@ -205,7 +205,7 @@ TEST(KtFrameFamilyRowsTest, FailuresAreReportedExactlyAndWriteOnlyWhatTheyMay) {
     // A bad reference link: the message, then the absolute rows of the own chain and no base columns.
     const auto [ownText, own] = write(*good, missing, false, rows, 0);
     EXPECT_EQ(ownText, "KtFrameEndEffector::insertJacobianComponent(): bad index on relative link: -1.\n");
-    Kt::ReArray fixedBase(rows, n);
+    Kt::ReArray fixedBase(rows, n);  // link 5 carries joints 0 to 4
     good->insertJacobianComponent(manipulator, 0, absolute, true, state, fixedBase);
     for (std::size_t r = 0; r < rows; ++r)
       for (std::size_t k = 0; k < n + 6; ++k)
