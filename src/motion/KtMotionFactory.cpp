@@ -3,8 +3,15 @@
 #include "motion/KtGeneralMotionFilter.h"
 #include "motion/KtPointMotionFilter.h"
 #include "motion/endeffector/KtEndEffectorRelativeLinkData.h"
+#include "motion/endeffector/KtFrameEndEffector.h"
+#include "motion/endeffector/KtFreeSpinInZEndEffector.h"
 #include "motion/endeffector/KtLinearConstraintEndEffector.h"
+#include "motion/endeffector/KtLookAtEndEffector.h"
+#include "motion/endeffector/KtOrientationEndEffector.h"
+#include "motion/endeffector/KtPlanarEndEffector.h"
 #include "motion/endeffector/KtPointEndEffector.h"
+#include "motion/endeffector/KtSlideXSpinZEndEffector.h"
+#include "motion/endeffector/KtSlidingEndEffector.h"
 #include "motion/endeffector/KtXyEndEffector.h"
 #include "xml/KtXmlFactory.h"
 
@@ -18,6 +25,13 @@ const bool registered = [] {
   factory.registerClass<KtPointEndEffector>();
   factory.registerClass<KtXyEndEffector>();
   factory.registerClass<KtLinearConstraintEndEffector>();
+  factory.registerClass<KtFrameEndEffector>();
+  factory.registerClass<KtOrientationEndEffector>();
+  factory.registerClass<KtPlanarEndEffector>();
+  factory.registerClass<KtSlideXSpinZEndEffector>();
+  factory.registerClass<KtFreeSpinInZEndEffector>();
+  factory.registerClass<KtSlidingEndEffector>();
+  factory.registerClass<KtLookAtEndEffector>();
   return true;
 }();
 
