@@ -2,7 +2,9 @@
 // polymorphic vectors) into the default factory at start-up.
 #include "motion/KtGeneralMotionFilter.h"
 #include "motion/KtPointMotionFilter.h"
+#include "motion/endeffector/KtCenterOfMassEndEffector.h"
 #include "motion/endeffector/KtEndEffectorRelativeLinkData.h"
+#include "motion/endeffector/KtSpatialMomentumEndEffector.h"
 #include "xml/KtXmlFactory.h"
 
 namespace {
@@ -12,6 +14,8 @@ const bool registered = [] {
   factory.registerClass<KtPointMotionFilter>();
   factory.registerClass<KtGeneralMotionFilter>();
   factory.registerClass<KtEndEffectorRelativeLinkData>();
+  factory.registerClass<KtCenterOfMassEndEffector>();
+  factory.registerClass<KtSpatialMomentumEndEffector>();
   return true;
 }();
 
