@@ -2,6 +2,7 @@
 // polymorphic vectors) into the default factory at start-up.
 #include "motion/KtGeneralMotionFilter.h"
 #include "motion/KtPointMotionFilter.h"
+#include "motion/endeffector/KtCenterOfMassEndEffector.h"
 #include "motion/endeffector/KtEndEffectorRelativeLinkData.h"
 #include "motion/endeffector/KtFrameEndEffector.h"
 #include "motion/endeffector/KtFreeSpinInZEndEffector.h"
@@ -12,6 +13,7 @@
 #include "motion/endeffector/KtPointEndEffector.h"
 #include "motion/endeffector/KtSlideXSpinZEndEffector.h"
 #include "motion/endeffector/KtSlidingEndEffector.h"
+#include "motion/endeffector/KtSpatialMomentumEndEffector.h"
 #include "motion/endeffector/KtXyEndEffector.h"
 #include "xml/KtXmlFactory.h"
 
@@ -32,6 +34,8 @@ const bool registered = [] {
   factory.registerClass<KtFreeSpinInZEndEffector>();
   factory.registerClass<KtSlidingEndEffector>();
   factory.registerClass<KtLookAtEndEffector>();
+  factory.registerClass<KtCenterOfMassEndEffector>();
+  factory.registerClass<KtSpatialMomentumEndEffector>();
   return true;
 }();
 
