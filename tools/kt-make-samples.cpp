@@ -1,7 +1,8 @@
 // Writes the sample documents of the data directory: two 7-joint arms (one in the modified,
 // one in the classic Denavit-Hartenberg convention, with their makers' published link
-// parameters and joint limits), an arm with a tracked free object, a compressed copy of the
-// first, and end-effector sets for the first arm, one per kind of end effector.
+// parameters and joint limits, the first also with published link masses), an arm with a
+// tracked free object, a compressed copy of the first, and end-effector sets for the first
+// arm, one per kind of end effector.
 // Usage: kt-make-samples <output directory>
 #include <cstdio>
 #include <memory>
@@ -25,9 +26,17 @@ struct Joint {
   double a, alpha, d, lower, upper;
 };
 
+// A link's mass, centre of mass and inertia about it, in the link's D-H frame and its axes.
+struct Body {
+  double mass;
+  Kt::Vector center;
+  KtSymmetricTensor inertia;
+};
+
 std::unique_ptr<KtIndividualManipulator> makeArm(const std::string& label, KtDhType convention,
                                                  const std::vector<Joint>& joints,
-                                                 const Kt::coordinateSystemTransformation& lastPrimaryFrame) {
+                                                 const Kt::coordinateSystemTransformation& lastPrimaryFrame,
+                                                 const std::vector<Body>& bodies = {}) {
   auto arm = std::make_unique<KtIndividualManipulator>();
   arm->setIdentifier(label);
   int parent = KtManipulatorLink::kBaseLinkIndex;
@@ -42,21 +51,53 @@ std::unique_ptr<KtIndividualManipulator> makeArm(const std::string& label, KtDhT
     link->setIdentifier(label + "Link" + std::to_string(i + 1));
     link->setKinematics(std::move(dh));
     link->setJointLimits(joints[i].lower, joints[i].upper);
+    if (i < bodies.size()) {
+      // Mass properties are given in the primary frame: move the centre there (the inertia
+      // about the centre keeps its axes, as the primary frames here only translate).
+      KtMassProperties mass;
+      const Kt::Vector center = link->kinematics().primaryFrame().inverse() * bodies[i].center;
+      if (!mass.setAboutCenterOfMass(bodies[i].mass, center, bodies[i].inertia)) return nullptr;
+      link->setMassProperties(mass);
+    }
     parent = arm->addLink(parent, std::move(link));
   }
   return arm;
 }
 
 // Modified parameters and joint limits as the maker publishes them; the flange offset
-// (d = 0.107 m along the last z axis) becomes the last link's primary frame.
+// (d = 0.107 m along the last z axis) becomes the last link's primary frame. Masses, centres
+// of mass and inertias about them (xx, yy, zz, xy, xz, yz) as a published identification of the
+// arm gives them, in the modified D-H frames (see data/README.md).
 std::unique_ptr<KtIndividualManipulator> craigArm() {
+  const std::vector<Body> bodies = {
+      {4.970684,
+       {3.875e-03, 2.081e-03, 0.0},
+       {7.0337e-01, 7.0661e-01, 9.1170e-03, -1.3900e-04, 6.7720e-03, 1.9169e-02}},
+      {0.646926,
+       {-3.141e-03, -2.872e-02, 3.495e-03},
+       {7.9620e-03, 2.8110e-02, 2.5995e-02, -3.9250e-03, 1.0254e-02, 7.0400e-04}},
+      {3.228604,
+       {2.7518e-02, 3.9252e-02, -6.6502e-02},
+       {3.7242e-02, 3.6155e-02, 1.0830e-02, -4.7610e-03, -1.1396e-02, -1.2805e-02}},
+      {3.587895,
+       {-5.317e-02, 1.04419e-01, 2.7454e-02},
+       {2.5853e-02, 1.9552e-02, 2.8323e-02, 7.7960e-03, -1.3320e-03, 8.6410e-03}},
+      {1.225946,
+       {-1.1953e-02, 4.1065e-02, -3.8437e-02},
+       {3.5549e-02, 2.9474e-02, 8.6270e-03, -2.1170e-03, -4.0370e-03, 2.2900e-04}},
+      {1.666555,
+       {6.0149e-02, -1.4117e-02, -1.0517e-02},
+       {1.9640e-03, 4.3540e-03, 5.4330e-03, 1.0900e-04, -1.1580e-03, 3.4100e-04}},
+      {7.35522e-01,
+       {1.0517e-02, -4.252e-03, 6.1597e-02},
+       {1.2516e-02, 1.0027e-02, 4.8150e-03, -4.2800e-04, -1.1960e-03, -7.4100e-04}}};
   const std::vector<Joint> joints = {
       {0.0, 0.0, 0.333, -2.8973, 2.8973},          {0.0, -kHalfPi, 0.0, -1.7628, 1.7628},
       {0.0, kHalfPi, 0.316, -2.8973, 2.8973},      {0.0825, kHalfPi, 0.0, -3.0718, -0.0698},
       {-0.0825, -kHalfPi, 0.384, -2.8973, 2.8973}, {0.0, kHalfPi, 0.0, -0.0175, 3.7525},
       {0.088, kHalfPi, 0.0, -2.8973, 2.8973}};
   return makeArm("craigArm", KtDhType::craig, joints,
-                 Kt::coordinateSystemTransformation(Kt::Vector(0, 0, 0.107)));
+                 Kt::coordinateSystemTransformation(Kt::Vector(0, 0, 0.107)), bodies);
 }
 
 // Classic parameters from the datasheet's link lengths (0.340, 0.400, 0.400 and 0.126 m)
@@ -150,6 +191,7 @@ int main(int argc, char** argv) {
 
   std::vector<std::unique_ptr<KtIndividualManipulator>> craig;
   craig.push_back(craigArm());
+  if (!craig.back()) return 1;
   const KtStatedSystem craigSystem = statedSystem(std::move(craig), {atOrigin});
 
   std::vector<std::unique_ptr<KtIndividualManipulator>> paul;

@@ -7,6 +7,7 @@
 #include "foundation/Types.h"
 #include "manipulator/KtDenavitHartenberg.h"
 #include "manipulator/KtLinkKinematics.h"
+#include "manipulator/KtMassProperties.h"
 #include "xml/KtXmlBasicType.h"
 #include "xml/KtXmlCompoundType.h"
 #include "xml/KtXmlKeptElement.h"
@@ -20,8 +21,8 @@ class KtLinkPositionState;
 struct KtLinkMotion;
 
 // One link of a manipulator's tree: its label, its joint kinematics, its child links (the
-// tree is stored by nesting), its joint limits and the elements that geometry and dynamics
-// interpret (kept unchanged here).
+// tree is stored by nesting), its joint limits, its mass model, and the elements that geometry
+// and dynamics interpret (kept unchanged here).
 //
 // Within its manipulator a link has an index: the links are numbered in depth-first
 // pre-order (a link before its children, children in their stored order), starting at 0;
@@ -83,14 +84,20 @@ class KtManipulatorLink : public KtXmlCloneable<KtManipulatorLink, KtXmlCompound
   bool dhFrameVelocityInLocal(KtManipulatorActiveState& state, KtGeneralMotion& velocity) const;
   bool primaryFrameVelocityInSystem(KtManipulatorActiveState& state, KtGeneralMotion& velocity) const;
   bool dhFrameAccelerationInLocal(KtManipulatorActiveState& state, KtGeneralMotion& acceleration) const;
-  // The centre of mass belongs to the mass model, which is not interpreted yet, so these give
-  // the motion of the D-H frame's origin.
+  // The motion of the link's centre of mass (a massless link's is its primary frame's origin),
+  // in the D-H frame's axes; the angular part is the link's.
   bool comVelocityInLocal(KtManipulatorActiveState& state, KtGeneralMotion& velocity) const;
   bool comAccelerationInLocal(KtManipulatorActiveState& state, KtGeneralMotion& acceleration) const;
-  // Quantities of the mass model, which is not interpreted yet: every link counts as massless
-  // and free of outside loads, so these check the index and give zero vectors. The joint force
-  // (force and moment, local axes) exists for the joints only, not for the base.
+  // The joint force (force and moment, local axes) needs the dynamics, which are not
+  // interpreted yet: every link counts as free of outside loads, so it checks the index and
+  // gives zero vectors. It exists for the joints only, not for the base.
   bool dhFrameForceInLocal(KtManipulatorActiveState& state, Kt::Vector& force, Kt::Vector& moment) const;
+  // Momenta in the D-H frame's axes: the linear momentum (mass times the velocity of the centre
+  // of mass) and the angular momentum about the centre of mass. The composite ones are those of
+  // the link and all links outboard of it, the angular one about their common centre of mass
+  // (for the base: the whole manipulator). The rates are the time derivatives of the momenta as
+  // vectors in system axes (then given in local axes) for the velocity-product accelerations:
+  // no joint accelerates and the base moves at constant velocity.
   bool spatialMomentumInLocal(KtManipulatorActiveState& state, Kt::Vector& linear, Kt::Vector& angular) const;
   bool spatialMomentumRateInLocal(KtManipulatorActiveState& state, Kt::Vector& linear,
                                   Kt::Vector& angular) const;
@@ -98,6 +105,9 @@ class KtManipulatorLink : public KtXmlCloneable<KtManipulatorLink, KtXmlCompound
                                        Kt::Vector& angular) const;
   bool compositeSpatialMomentumRateInLocal(KtManipulatorActiveState& state, Kt::Vector& linear,
                                            Kt::Vector& angular) const;
+
+  const KtMassProperties& massProperties() const { return m_massProperties; }
+  void setMassProperties(const KtMassProperties& properties) { m_massProperties = properties; }
 
   // Makes the link refer to the link of its manipulator with that label, or to itself when
   // there is none.
@@ -108,8 +118,8 @@ class KtManipulatorLink : public KtXmlCloneable<KtManipulatorLink, KtXmlCompound
   // label, the children and the place in the tree stay.
   void copyPropertiesFrom(const KtManipulatorLink& source);
 
-  // Operations that need the shapes (geometry) or mass model (dynamics), which are not
-  // interpreted yet: they report that and give a neutral answer.
+  // Operations that need the shapes (geometry) or loads (dynamics), which are not interpreted
+  // yet: they report that and give a neutral answer.
   KtReal physicalExtent() const;
   bool estimateMassProperties();
   Kt::Vector totalLocalTorque(const KtIndividualManipulator* manipulator) const;
@@ -155,9 +165,25 @@ class KtManipulatorLink : public KtXmlCloneable<KtManipulatorLink, KtXmlCompound
   // The motion record of this link, computed (with its ancestors') when not valid; the link
   // must have a record (see hasRecord).
   const KtLinkMotion& motion(KtManipulatorActiveState& state) const;
-  // Checks the index for a mass-model query and gives zero vectors.
-  bool massModelQuery(KtManipulatorActiveState& state, const char* operation, Kt::Vector& linear,
-                      Kt::Vector& angular) const;
+  // The link's centre of mass and its motion, with the momenta of the link, all in system axes
+  // (the angular momentum about the centre of mass). The link must have a record.
+  struct MassMotion {
+    KtReal mass = 0.0;
+    Kt::Vector center, velocity, acceleration, angularVelocity, angularAcceleration;
+    Kt::Vector angularMomentum, angularMomentumRate;
+  };
+  MassMotion massMotion(KtManipulatorActiveState& state) const;
+  // Sums over this link and its subtree, about the system origin, for the composite momenta.
+  struct MomentumSums {
+    KtReal mass = 0.0;
+    Kt::Vector firstMoment, linear, angular, linearRate, angularRate;
+  };
+  void addSubtreeMomenta(KtManipulatorActiveState& state, MomentumSums& sums) const;
+  // Checks the index for a momentum query; out of range: a message, zero vectors and false.
+  bool momentumQuery(KtManipulatorActiveState& state, const char* operation, Kt::Vector& linear,
+                     Kt::Vector& angular) const;
+  // Gives system-axis vectors in the D-H frame's axes.
+  void toLocal(KtManipulatorActiveState& state, Kt::Vector& linear, Kt::Vector& angular) const;
 
   void ensureKinematics();
   // Kinds of link that deform start out marked so.
@@ -167,7 +193,7 @@ class KtManipulatorLink : public KtXmlCloneable<KtManipulatorLink, KtXmlCompound
   KtXmlVariableVectorType<KtLinkKinematics> m_kinematicsContainer;
   KtXmlVariableVectorType<KtManipulatorLink> m_childLinks;
   KtXmlKeptElement m_shapeContainer;
-  KtXmlKeptElement m_massProperties;
+  KtMassProperties m_massProperties;
 
   int m_linkIndex = kNoIndex;
   const KtManipulatorLink* m_parent = nullptr;

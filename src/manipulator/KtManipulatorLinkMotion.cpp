@@ -117,6 +117,38 @@ bool KtManipulatorLink::dhFrameAccelerationInLocal(KtManipulatorActiveState& sta
   return true;
 }
 
+// The centre of mass c is fixed in the link, so it moves as a point of the link: v + w × r,
+// and accelerates with a + α × r + w × (w × r), r = c − o. The angular momentum about it is
+// R I Rᵀ w (I the inertia about c in the primary frame's axes, R that frame's orientation); as
+// R turns with w, its rate is R I Rᵀ α + w × (R I Rᵀ w).
+KtManipulatorLink::MassMotion KtManipulatorLink::massMotion(KtManipulatorActiveState& state) const {
+  const KtLinkMotion& own = motion(state);
+  const KtLinkPositionState& frames = locate(state.activePositionState());
+  const Kt::Orientation& toSystem = frames.primaryFrame().orientation();
+  const Kt::Orientation toPrimary = toSystem.inverse();
+  const KtSymmetricTensor inertia = m_massProperties.inertiaAboutCenterOfMass();
+  const Kt::Vector& w = own.angularVelocity;
+  MassMotion mass;
+  mass.mass = m_massProperties.mass();
+  mass.center = frames.primaryFrame() * m_massProperties.centerOfMass();
+  const Kt::Vector r = mass.center - frames.dhFrame().translation();
+  mass.velocity = own.linearVelocity + w.cross(r);
+  mass.acceleration = own.linearAcceleration + own.angularAcceleration.cross(r) + w.cross(w.cross(r));
+  mass.angularVelocity = w;
+  mass.angularAcceleration = own.angularAcceleration;
+  mass.angularMomentum = toSystem * (inertia * (toPrimary * w));
+  mass.angularMomentumRate =
+      toSystem * (inertia * (toPrimary * own.angularAcceleration)) + w.cross(mass.angularMomentum);
+  return mass;
+}
+
+void KtManipulatorLink::toLocal(KtManipulatorActiveState& state, Kt::Vector& linear,
+                                Kt::Vector& angular) const {
+  const Kt::Orientation toDh = locate(state.activePositionState()).dhFrame().orientation().inverse();
+  linear = toDh * linear;
+  angular = toDh * angular;
+}
+
 bool KtManipulatorLink::comVelocityInLocal(KtManipulatorActiveState& state, KtGeneralMotion& velocity) const {
   if (!hasRecord(state, nullptr)) {
     ktPrint(KtSeverity::Error,
@@ -124,7 +156,9 @@ bool KtManipulatorLink::comVelocityInLocal(KtManipulatorActiveState& state, KtGe
             m_linkIndex);
     return outOfRange(velocity);
   }
-  return dhFrameVelocityInLocal(state, velocity);
+  const MassMotion mass = massMotion(state);
+  expressIn(locate(state.activePositionState()).dhFrame(), mass.velocity, mass.angularVelocity, velocity);
+  return true;
 }
 
 bool KtManipulatorLink::comAccelerationInLocal(KtManipulatorActiveState& state,
@@ -136,11 +170,14 @@ bool KtManipulatorLink::comAccelerationInLocal(KtManipulatorActiveState& state,
         m_linkIndex);
     return outOfRange(acceleration);
   }
-  return dhFrameAccelerationInLocal(state, acceleration);
+  const MassMotion mass = massMotion(state);
+  expressIn(locate(state.activePositionState()).dhFrame(), mass.acceleration, mass.angularAcceleration,
+            acceleration);
+  return true;
 }
 
-bool KtManipulatorLink::massModelQuery(KtManipulatorActiveState& state, const char* operation,
-                                       Kt::Vector& linear, Kt::Vector& angular) const {
+bool KtManipulatorLink::momentumQuery(KtManipulatorActiveState& state, const char* operation,
+                                      Kt::Vector& linear, Kt::Vector& angular) const {
   linear = Kt::Vector();
   angular = Kt::Vector();
   if (hasRecord(state, nullptr)) return true;
@@ -160,20 +197,71 @@ bool KtManipulatorLink::dhFrameForceInLocal(KtManipulatorActiveState& state, Kt:
 
 bool KtManipulatorLink::spatialMomentumInLocal(KtManipulatorActiveState& state, Kt::Vector& linear,
                                                Kt::Vector& angular) const {
-  return massModelQuery(state, "spatialMomentumInLocal", linear, angular);
+  if (!momentumQuery(state, "spatialMomentumInLocal", linear, angular)) return false;
+  const MassMotion mass = massMotion(state);
+  linear = mass.velocity * mass.mass;
+  angular = mass.angularMomentum;
+  toLocal(state, linear, angular);
+  return true;
 }
 
 bool KtManipulatorLink::spatialMomentumRateInLocal(KtManipulatorActiveState& state, Kt::Vector& linear,
                                                    Kt::Vector& angular) const {
-  return massModelQuery(state, "spatialMomentumRateInLocal", linear, angular);
+  if (!momentumQuery(state, "spatialMomentumRateInLocal", linear, angular)) return false;
+  const MassMotion mass = massMotion(state);
+  linear = mass.acceleration * mass.mass;
+  angular = mass.angularMomentumRate;
+  toLocal(state, linear, angular);
+  return true;
 }
+
+// About the origin the angular momenta of the links add up: Σ (I w + m c × v). About the common
+// centre s = Σ m c / M it is that less s × Σ m v. Its rate is Σ (I α + w × I w + m c × a) less
+// s × Σ m a: the term Σ m (v − ṡ) × v that the moving centre adds vanishes, as Σ m v = M ṡ.
+//
+// A state too short for the whole tree counts the links it has records for (indices grow away
+// from the base, so a link without one has none in its subtree either).
+void KtManipulatorLink::addSubtreeMomenta(KtManipulatorActiveState& state, MomentumSums& sums) const {
+  if (m_linkIndex != kBaseLinkIndex &&
+      static_cast<std::size_t>(m_linkIndex) >= state.activePositionState().linkCount())
+    return;
+  const MassMotion mass = massMotion(state);
+  const Kt::Vector momentum = mass.velocity * mass.mass, force = mass.acceleration * mass.mass;
+  sums.mass += mass.mass;
+  sums.firstMoment += mass.center * mass.mass;
+  sums.linear += momentum;
+  sums.angular += mass.angularMomentum + mass.center.cross(momentum);
+  sums.linearRate += force;
+  sums.angularRate += mass.angularMomentumRate + mass.center.cross(force);
+  for (std::size_t i = 0; i < m_childLinks.size(); ++i) m_childLinks[i].addSubtreeMomenta(state, sums);
+}
+
+namespace {
+
+Kt::Vector commonCenter(const KtReal mass, const Kt::Vector& firstMoment) {
+  return mass > 0.0 ? firstMoment / mass : Kt::Vector();
+}
+
+}  // namespace
 
 bool KtManipulatorLink::compositeSpatialMomentumInLocal(KtManipulatorActiveState& state, Kt::Vector& linear,
                                                         Kt::Vector& angular) const {
-  return massModelQuery(state, "compositeSpatialMomentumInLocal", linear, angular);
+  if (!momentumQuery(state, "compositeSpatialMomentumInLocal", linear, angular)) return false;
+  MomentumSums sums;
+  addSubtreeMomenta(state, sums);
+  linear = sums.linear;
+  angular = sums.angular - commonCenter(sums.mass, sums.firstMoment).cross(sums.linear);
+  toLocal(state, linear, angular);
+  return true;
 }
 
 bool KtManipulatorLink::compositeSpatialMomentumRateInLocal(KtManipulatorActiveState& state,
                                                             Kt::Vector& linear, Kt::Vector& angular) const {
-  return massModelQuery(state, "compositeSpatialMomentumRateInLocal", linear, angular);
+  if (!momentumQuery(state, "compositeSpatialMomentumRateInLocal", linear, angular)) return false;
+  MomentumSums sums;
+  addSubtreeMomenta(state, sums);
+  linear = sums.linearRate;
+  angular = sums.angularRate - commonCenter(sums.mass, sums.firstMoment).cross(sums.linearRate);
+  toLocal(state, linear, angular);
+  return true;
 }

@@ -1,5 +1,6 @@
-// The link operations that rest on its shapes and mass model. Those elements are kept
-// uninterpreted for now, so the operations find no shapes and give neutral answers.
+// The link operations that rest on its shapes (estimating the mass model from them among
+// them). The shapes are kept uninterpreted for now, so the operations find none and give
+// neutral answers.
 #include "foundation/Print.h"
 #include "manipulator/KtManipulatorLink.h"
 

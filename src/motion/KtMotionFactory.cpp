@@ -2,14 +2,23 @@
 // polymorphic vectors) into the default factory at start-up.
 #include "motion/KtGeneralMotionFilter.h"
 #include "motion/KtPointMotionFilter.h"
+#include "motion/endeffector/KtCenterOfMassEndEffector.h"
 #include "motion/endeffector/KtEndEffectorRelativeLinkData.h"
 #include "motion/endeffector/KtEndEffectorSet.h"
 #include "motion/endeffector/KtEndEffectorVector.h"
+#include "motion/endeffector/KtFrameEndEffector.h"
+#include "motion/endeffector/KtFreeSpinInZEndEffector.h"
 #include "motion/endeffector/KtLinearConstraintEndEffector.h"
+#include "motion/endeffector/KtLookAtEndEffector.h"
 #include "motion/endeffector/KtManipulatorEndEffectorPlacement.h"
 #include "motion/endeffector/KtManipulatorEndEffectorPlacementVector.h"
 #include "motion/endeffector/KtManipulatorEndEffectorVelocity.h"
+#include "motion/endeffector/KtOrientationEndEffector.h"
+#include "motion/endeffector/KtPlanarEndEffector.h"
 #include "motion/endeffector/KtPointEndEffector.h"
+#include "motion/endeffector/KtSlideXSpinZEndEffector.h"
+#include "motion/endeffector/KtSlidingEndEffector.h"
+#include "motion/endeffector/KtSpatialMomentumEndEffector.h"
 #include "motion/endeffector/KtXyEndEffector.h"
 #include "xml/KtXmlFactory.h"
 
@@ -28,6 +37,15 @@ const bool registered = [] {
   factory.registerClass<KtPointEndEffector>();
   factory.registerClass<KtXyEndEffector>();
   factory.registerClass<KtLinearConstraintEndEffector>();
+  factory.registerClass<KtFrameEndEffector>();
+  factory.registerClass<KtOrientationEndEffector>();
+  factory.registerClass<KtPlanarEndEffector>();
+  factory.registerClass<KtSlideXSpinZEndEffector>();
+  factory.registerClass<KtFreeSpinInZEndEffector>();
+  factory.registerClass<KtSlidingEndEffector>();
+  factory.registerClass<KtLookAtEndEffector>();
+  factory.registerClass<KtCenterOfMassEndEffector>();
+  factory.registerClass<KtSpatialMomentumEndEffector>();
   return true;
 }();
 

@@ -44,11 +44,18 @@ struct Motion {
   }
 };
 
-// An arm of every D-H and joint type whose links carry primary offsets.
+// An arm of every D-H and joint type whose links carry primary offsets, with a side branch of
+// two links, and mass on every link and on the base.
 std::unique_ptr<KtIndividualManipulator> movingArm(TestRandom& rng) {
   auto arm = mixedArm(rng, 10);
+  const int branch =
+      arm->addLink(3, makeLink(randomJoint(rng, KtDhType::craig, KtJointType::rotational), "side1"));
+  arm->addLink(branch, makeLink(randomJoint(rng, KtDhType::paul, KtJointType::prismatic), "side2"));
   for (std::size_t i = 0; i < arm->jointDof(); i += 3)
     arm->linkForModification(i).kinematics().setPrimaryFrame(randomPose(rng));
+  for (std::size_t i = 0; i < arm->jointDof(); ++i)
+    arm->linkForModification(i).setMassProperties(randomMassProperties(rng));
+  arm->setMassProperties(randomMassProperties(rng));
   return arm;
 }
 
@@ -163,6 +170,103 @@ TEST(KtLinkMotionTest, NoMotionIsStaleAfterAnyChange) {
   expectFresh("a model parameter");
 }
 
+namespace {
+
+using MomentumQuery = bool (KtManipulatorLink::*)(KtManipulatorActiveState&, Kt::Vector&, Kt::Vector&) const;
+
+// A momentum query's vectors in system axes.
+std::pair<Kt::Vector, Kt::Vector> inSystem(const KtManipulatorLink& link, KtManipulatorActiveState& state,
+                                           MomentumQuery query) {
+  Kt::Vector linear, angular;
+  EXPECT_TRUE((link.*query)(state, linear, angular));
+  const Kt::Orientation& toSystem = link.dhFrameInSystem(state).orientation();
+  return {toSystem * linear, toSystem * angular};
+}
+
+Kt::Vector centerInSystem(const KtManipulatorLink& link, KtManipulatorActiveState& state) {
+  return link.primaryFrameInSystem(state) * link.massProperties().centerOfMass();
+}
+
+void collectSubtree(const KtManipulatorLink& link, std::vector<const KtManipulatorLink*>& links) {
+  links.push_back(&link);
+  for (std::size_t i = 0; i < link.childCount(); ++i) collectSubtree(link.child(i), links);
+}
+
+}  // namespace
+
+// The centre of mass moves as the frames carry it; the momenta are m v and I w (w from the
+// frames), and their rates the time derivatives of the momenta along the motion.
+TEST(KtLinkMotionTest, MassQueriesFollowTheCentreOfMass) {
+  forEachLinkAlongMotions(45, [](const KtManipulatorLink& link, const std::string& name,
+                                 KtManipulatorActiveState& now, KtManipulatorActiveState& before,
+                                 KtManipulatorActiveState& after) {
+    const auto systemCom = [&link](KtManipulatorActiveState& state, auto query) {
+      KtGeneralMotion local;
+      EXPECT_TRUE((link.*query)(state, local));
+      return link.dhFrameInSystem(state).orientation() * local.linear();
+    };
+    const Kt::Vector velocity = (centerInSystem(link, after) - centerInSystem(link, before)) * (0.5 / kStep);
+    expectNear(systemCom(now, &KtManipulatorLink::comVelocityInLocal), velocity, kTolerance, name + " v");
+    const Kt::Vector acceleration = (systemCom(after, &KtManipulatorLink::comVelocityInLocal) -
+                                     systemCom(before, &KtManipulatorLink::comVelocityInLocal)) *
+                                    (0.5 / kStep);
+    expectNear(systemCom(now, &KtManipulatorLink::comAccelerationInLocal), acceleration, kTolerance,
+               name + " a");
+
+    const KtMassProperties& mass = link.massProperties();
+    const Kt::Orientation& axes = link.primaryFrameInSystem(now).orientation();
+    const Kt::Vector w = angularRate(link.primaryFrameInSystem(before).orientation(),
+                                     link.primaryFrameInSystem(after).orientation(), 2 * kStep);
+    const auto [linear, angular] = inSystem(link, now, &KtManipulatorLink::spatialMomentumInLocal);
+    expectNear(linear, velocity * mass.mass(), kTolerance, name + " linear momentum");
+    expectNear(angular, axes * (mass.inertiaAboutCenterOfMass() * (axes.inverse() * w)), kTolerance,
+               name + " angular momentum");
+
+    const auto [linear0, angular0] = inSystem(link, before, &KtManipulatorLink::spatialMomentumInLocal);
+    const auto [linear1, angular1] = inSystem(link, after, &KtManipulatorLink::spatialMomentumInLocal);
+    const auto [linearRate, angularRate] =
+        inSystem(link, now, &KtManipulatorLink::spatialMomentumRateInLocal);
+    expectNear(linearRate, (linear1 - linear0) * (0.5 / kStep), kTolerance, name + " linear rate");
+    expectNear(angularRate, (angular1 - angular0) * (0.5 / kStep), kTolerance, name + " angular rate");
+  });
+}
+
+// A link's composite momenta are those of its subtree's links gathered about their common
+// centre of mass; the rates are their derivatives along the motion.
+TEST(KtLinkMotionTest, CompositeMomentaGatherTheSubtree) {
+  forEachLinkAlongMotions(
+      46, [](const KtManipulatorLink& link, const std::string& name, KtManipulatorActiveState& now,
+             KtManipulatorActiveState& before, KtManipulatorActiveState& after) {
+        std::vector<const KtManipulatorLink*> subtree;
+        collectSubtree(link, subtree);
+        KtReal mass = 0.0;
+        Kt::Vector firstMoment, linear, angular;
+        for (const KtManipulatorLink* body : subtree) {
+          mass += body->massProperties().mass();
+          firstMoment += centerInSystem(*body, now) * body->massProperties().mass();
+        }
+        const Kt::Vector center = firstMoment / mass;
+        for (const KtManipulatorLink* body : subtree) {
+          const auto [p, l] = inSystem(*body, now, &KtManipulatorLink::spatialMomentumInLocal);
+          linear += p;
+          angular += l + (centerInSystem(*body, now) - center).cross(p);
+        }
+        const auto [compositeLinear, compositeAngular] =
+            inSystem(link, now, &KtManipulatorLink::compositeSpatialMomentumInLocal);
+        expectNear(compositeLinear, linear, kTolerance, name + " linear");
+        expectNear(compositeAngular, angular, kTolerance, name + " angular");
+
+        const auto [linear0, angular0] =
+            inSystem(link, before, &KtManipulatorLink::compositeSpatialMomentumInLocal);
+        const auto [linear1, angular1] =
+            inSystem(link, after, &KtManipulatorLink::compositeSpatialMomentumInLocal);
+        const auto [linearRate, angularRate] =
+            inSystem(link, now, &KtManipulatorLink::compositeSpatialMomentumRateInLocal);
+        expectNear(linearRate, (linear1 - linear0) * (0.5 / kStep), kTolerance, name + " linear rate");
+        expectNear(angularRate, (angular1 - angular0) * (0.5 / kStep), kTolerance, name + " angular rate");
+      });
+}
+
 TEST(KtLinkMotionTest, WarmQueriesDoNotAllocate) {
   TestRandom rng(44);
   const auto arm = makeSerialArm(craigArmRows());
@@ -229,8 +333,8 @@ TEST(KtLinkMotionTest, OutOfRangeIndicesReportAndGiveIdentityOrZero) {
       "KtManipulatorLink::compositeSpatialMomentumInLocal(): index (6) out of range.\n"
       "KtManipulatorLink::compositeSpatialMomentumRateInLocal(): index (6) out of range.\n");
 
-  // In range, the centre-of-mass motion is that of the D-H frame and the (massless) link
-  // carries no momentum.
+  // In range, the centre-of-mass motion of a massless link is that of its primary frame's
+  // origin (here the D-H frame's), and the link carries no momentum.
   capture.clear();
   KtGeneralMotion com, dh;
   EXPECT_TRUE(arm->link(5).comVelocityInLocal(active, com));

@@ -101,6 +101,20 @@ inline std::unique_ptr<KtDenavitHartenberg> randomJoint(TestRandom& rng, KtDhTyp
   return joint;
 }
 
+// Mass properties a rigid body can have: a mass, a centre within `reach` of the origin, and an
+// inertia about it that a few point masses around it would have.
+inline KtMassProperties randomMassProperties(TestRandom& rng, double reach = 0.3) {
+  const auto vector = [&rng](double size) {
+    return Kt::Vector(rng.uniform(-size, size), rng.uniform(-size, size), rng.uniform(-size, size));
+  };
+  KtSymmetricTensor inertia;
+  for (int k = 0; k < 3; ++k)
+    inertia = inertia + KtSymmetricTensor::ofPointMass(rng.uniform(0.1, 1.0), vector(0.3));
+  KtMassProperties properties;
+  EXPECT_TRUE(properties.setAboutCenterOfMass(rng.uniform(0.5, 3.0), vector(reach), inertia));
+  return properties;
+}
+
 // A serial arm of every D-H type and both joint types, placed at a random pose.
 inline std::unique_ptr<KtIndividualManipulator> mixedArm(TestRandom& rng, std::size_t joints) {
   auto arm = makeSerialArm({});

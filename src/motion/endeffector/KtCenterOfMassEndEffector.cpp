@@ -1,0 +1,172 @@
+#include "motion/endeffector/KtCenterOfMassEndEffector.h"
+
+#include "foundation/MathUtil.h"
+#include "foundation/Print.h"
+#include "motion/endeffector/KtMassDistribution.h"
+#include "xml/KtXmlNamespaces.h"
+
+KtCenterOfMassEndEffector::KtCenterOfMassEndEffector() : KtXmlCloneable({"filter_threshold"}) {}
+
+const KtToken& KtCenterOfMassEndEffector::elementToken() const {
+  static const KtToken token(ktNamespaceCt, "centerOfMassEndEffector");
+  return token;
+}
+
+void KtCenterOfMassEndEffector::registerComponents() {
+  KtEndEffector::registerComponents();
+  static const KtToken filter(ktNamespaceCt, "pointMotionFilter"), weight(ktNamespaceCt, "errorWeight");
+  registerComponent(filter, m_motionFilter);
+  registerComponent(weight, m_errorWeight);
+}
+
+bool KtCenterOfMassEndEffector::hasMass(const KtIndividualManipulator& manipulator, KtReal mass,
+                                        const char* operation) {
+  if (mass > 0.0) return true;
+  ktPrint(KtSeverity::Error, "KtCenterOfMassEndEffector::%s(): manipulator %s has no mass.\n", operation,
+          manipulator.identifier().c_str());
+  return false;
+}
+
+void KtCenterOfMassEndEffector::insertJacobianComponent(const KtIndividualManipulator& manipulator,
+                                                        std::size_t firstRow,
+                                                        const KtEndEffectorRelativeLinkData& relative,
+                                                        bool isFixedBase, KtManipulatorActiveState& state,
+                                                        Kt::ReArray& jacobian) const {
+  const std::size_t joints = manipulator.jointDof();
+  if (!blockFits(jacobian, firstRow, 3, joints + (isFixedBase ? 0 : 6),
+                 "KtCenterOfMassEndEffector::insertJacobianComponent()"))
+    return;
+  Kt::Vector center;
+  const KtReal total = KtMassDistribution::centerOfMass(manipulator, state, center);
+  if (!hasMass(manipulator, total, "insertJacobianComponent")) return;
+  const KtManipulatorLink* referenced = reference(manipulator, relative);
+  const bool isRelative = KtMassDistribution::isRelative(relative, referenced, "KtCenterOfMassEndEffector",
+                                                         "insertJacobianComponent");
+  const bool freeBase = !isFixedBase && !isRelative;
+  KtMassDistribution::clearBlock(jacobian, firstRow, 3, joints + (freeBase ? 6 : 0));
+  KtMassDistribution::forEachBody(
+      manipulator, state, [&](const KtManipulatorLink& link, const Kt::Vector& c) {
+        const KtReal share = link.massProperties().mass() / total;
+        forEachColumn(manipulator, state, link, isRelative, referenced, freeBase, c,
+                      [&](std::size_t column, const KtJointColumn& motion) {
+                        for (std::size_t k = 0; k < 3; ++k)
+                          jacobian[firstRow + k][column] += share * motion.linear[k];
+                      });
+      });
+}
+
+void KtCenterOfMassEndEffector::insertSparsityComponent(const KtIndividualManipulator& manipulator,
+                                                        std::size_t firstRow,
+                                                        const KtEndEffectorRelativeLinkData& relative,
+                                                        bool isFixedBase, KtManipulatorActiveState& state,
+                                                        Kt::ReArray& sparsity) const {
+  if (!blockFits(sparsity, firstRow, 3, manipulator.jointDof() + (isFixedBase ? 0 : 6),
+                 "KtCenterOfMassEndEffector::insertSparsityComponent()"))
+    return;
+  const KtManipulatorLink* referenced = reference(manipulator, relative);
+  const bool isRelative = KtMassDistribution::isRelative(relative, referenced, "KtCenterOfMassEndEffector",
+                                                         "insertSparsityComponent");
+  KtMassDistribution::forEachBody(
+      manipulator, state, [&](const KtManipulatorLink& link, const Kt::Vector& c) {
+        forEachColumn(manipulator, state, link, isRelative, referenced, !isFixedBase, c,
+                      [&](std::size_t column, const KtJointColumn&) {
+                        for (std::size_t k = 0; k < 3; ++k) sparsity[firstRow + k][column] = 1.0;
+                      });
+      });
+}
+
+bool KtCenterOfMassEndEffector::calculateAbsolutePlacement(
+    const KtIndividualManipulator& manipulator, KtManipulatorActiveState& state,
+    Kt::coordinateSystemTransformation& placement) const {
+  Kt::Vector center;
+  if (!hasMass(manipulator, KtMassDistribution::centerOfMass(manipulator, state, center),
+               "calculatePlacement"))
+    return false;
+  placement = Kt::coordinateSystemTransformation(center);
+  return true;
+}
+
+bool KtCenterOfMassEndEffector::calculatePlacement(const KtIndividualManipulator& manipulator,
+                                                   KtManipulatorActiveState& state,
+                                                   Kt::coordinateSystemTransformation& placement) const {
+  Kt::coordinateSystemTransformation center;
+  if (!calculateAbsolutePlacement(manipulator, state, center)) return false;
+  if (!makeRelative(manipulator, state, center)) {
+    ktPrint(KtSeverity::Error,
+            "KtCenterOfMassEndEffector::calculatePlacement(): bad index on relative link: %d.\n",
+            KtManipulatorLink::kNoIndex);
+    return false;
+  }
+  placement = center;
+  return true;
+}
+
+bool KtCenterOfMassEndEffector::centerOfMassMotion(const KtIndividualManipulator& manipulator,
+                                                   KtManipulatorActiveState& state, const char* operation,
+                                                   Kt::Vector& velocity, Kt::Vector& acceleration) const {
+  const KtManipulatorLink* referenced = reference(manipulator, relativeLinkData());
+  if (KtMassDistribution::isRelative(relativeLinkData(), referenced, "KtCenterOfMassEndEffector",
+                                     operation) &&
+      referenced == nullptr)
+    return false;
+  if (KtMassDistribution::centerOfMassMotion(manipulator, state, referenced, velocity, acceleration))
+    return true;
+  return hasMass(manipulator, 0.0, operation);  // reports the missing mass
+}
+
+bool KtCenterOfMassEndEffector::calculateVelocity(const KtIndividualManipulator& manipulator,
+                                                  KtManipulatorActiveState& state,
+                                                  KtGeneralMotion& velocity) const {
+  Kt::Vector linear, acceleration;
+  if (!centerOfMassMotion(manipulator, state, "calculateVelocity", linear, acceleration)) return false;
+  velocity = KtGeneralMotion(linear, Kt::Vector());
+  return true;
+}
+
+bool KtCenterOfMassEndEffector::calculateAcceleration(const KtIndividualManipulator& manipulator,
+                                                      KtManipulatorActiveState& state,
+                                                      KtGeneralMotion& acceleration) const {
+  Kt::Vector velocity, linear;
+  if (!centerOfMassMotion(manipulator, state, "calculateAcceleration", velocity, linear)) return false;
+  acceleration = KtGeneralMotion(linear, Kt::Vector());
+  return true;
+}
+
+KtReal KtCenterOfMassEndEffector::linearDistance(const Kt::coordinateSystemTransformation& first,
+                                                 const Kt::coordinateSystemTransformation& second) const {
+  return (first.inverse() * second).translation().mag();
+}
+
+KtReal KtCenterOfMassEndEffector::normalizedDistance(const Kt::coordinateSystemTransformation& first,
+                                                     const Kt::coordinateSystemTransformation& second) const {
+  return linearDistance(first, second) / ktGuardPositive(m_motionFilter.threshold());
+}
+
+KtEditingValues KtCenterOfMassEndEffector::editingValues() const {
+  return {{"filter_threshold", editingText(m_motionFilter.threshold())}};
+}
+
+void KtCenterOfMassEndEffector::setEditingValues(const KtEditingValues& values) {
+  if (values.size() != editingLabelCount()) return;
+  KtReal threshold = m_motionFilter.threshold();
+  parseEditingReal(values[0].second, threshold);
+  m_motionFilter.setThreshold(threshold);
+}
+
+void KtCenterOfMassEndEffector::filterEndEffectorVelocity(const Kt::coordinateSystemTransformation& actual,
+                                                          const Kt::coordinateSystemTransformation& desired,
+                                                          const KtEndEffectorVelocityEntries& feedForward,
+                                                          KtReal dt,
+                                                          KtEndEffectorVelocityEntries& commanded) const {
+  if (!feedForward.empty() && feedForward.size() != 3) {
+    ktPrint(KtSeverity::Error,
+            "KtCenterOfMassEndEffector::filterEndEffectorVelocity input velocity size wrong.\n");
+    return;
+  }
+  const Kt::Vector forward =
+      feedForward.empty() ? Kt::Vector() : Kt::Vector(feedForward[0], feedForward[1], feedForward[2]);
+  Kt::Vector velocity;
+  m_motionFilter.filterVelocity(actual.translation(), desired.translation(), forward, dt, velocity);
+  commanded.resize(3);
+  for (std::size_t k = 0; k < 3; ++k) commanded[k] = velocity[k];
+}

@@ -1,0 +1,20 @@
+#pragma once
+
+#include "motion/endeffector/KtFrameEndEffector.h"
+
+// A frame that may spin freely about its own z axis, everything else constrained: five rows,
+// linear x, y, z and angular x, y, in the axes of the end-effector frame at the current state
+// (the link's primary frame times `frame`).
+//
+// It has the frame end effector's data, editing labels and Jacobian construction (and prints the
+// frame's Jacobian messages). Its filter runs the general filter on six entries (feed-forward six
+// entries in system axes, or none) and keeps the same components in the axes of the actual
+// placement; any other feed-forward size prints
+// "KtFreeSpinInZEndEffector::filterEndEffectorVelocity input velocity size wrong."
+class KtFreeSpinInZEndEffector : public KtXmlCloneable<KtFreeSpinInZEndEffector, KtFrameEndEffector> {
+ public:
+  const KtToken& elementToken() const override;
+
+ protected:
+  const Layout& layout() const override;
+};

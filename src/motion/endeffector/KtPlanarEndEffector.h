@@ -1,0 +1,21 @@
+#pragma once
+
+#include "motion/endeffector/KtFrameEndEffector.h"
+
+// A frame that may slide in its own x-y plane and spin about its own z axis, everything else
+// constrained: three rows, the linear velocity along the frame's z axis and the angular
+// velocity about its x and y axes (linear z, angular x, angular y), in the axes of the
+// end-effector frame at the current state (the link's primary frame times `frame`).
+//
+// It has the frame end effector's data, editing labels and Jacobian construction (and prints the
+// frame's Jacobian messages). Its filter runs the general filter on six entries (feed-forward six
+// entries in system axes, or none) and keeps the same components in the axes of the actual
+// placement; any other feed-forward size prints
+// "KtPlanarEndEffector::filterEndEffectorVelocity input velocity size wrong."
+class KtPlanarEndEffector : public KtXmlCloneable<KtPlanarEndEffector, KtFrameEndEffector> {
+ public:
+  const KtToken& elementToken() const override;
+
+ protected:
+  const Layout& layout() const override;
+};
