@@ -11,9 +11,18 @@
 #include <vector>
 
 #include "manipulator/KtStatedSystem.h"
+#include "motion/endeffector/KtCenterOfMassEndEffector.h"
 #include "motion/endeffector/KtEndEffectorSet.h"
+#include "motion/endeffector/KtFrameEndEffector.h"
+#include "motion/endeffector/KtFreeSpinInZEndEffector.h"
 #include "motion/endeffector/KtLinearConstraintEndEffector.h"
+#include "motion/endeffector/KtLookAtEndEffector.h"
+#include "motion/endeffector/KtOrientationEndEffector.h"
+#include "motion/endeffector/KtPlanarEndEffector.h"
 #include "motion/endeffector/KtPointEndEffector.h"
+#include "motion/endeffector/KtSlideXSpinZEndEffector.h"
+#include "motion/endeffector/KtSlidingEndEffector.h"
+#include "motion/endeffector/KtSpatialMomentumEndEffector.h"
 #include "motion/endeffector/KtXyEndEffector.h"
 #include "xml/KtXmlFile.h"
 
@@ -151,18 +160,21 @@ KtEndEffectorSet setOf(const KtEndEffector& endEffector) {
   return set;
 }
 
-// The flange centre, held in all three directions.
-KtEndEffectorSet flangePointSet() {
-  KtPointEndEffector point;
-  point.setLinkIdentifier(kFlangeLink);
-  return setOf(point);
+// An end effector of class E at the flange (the origin and axes of the last link's primary
+// frame), with the class's defaults otherwise.
+template <typename E>
+KtEndEffectorSet flangeSet() {
+  E endEffector;
+  endEffector.setLinkIdentifier(kFlangeLink);
+  return setOf(endEffector);
 }
 
-// The flange centre, held only in the horizontal plane of the base.
-KtEndEffectorSet flangeXySet() {
-  KtXyEndEffector xy;
-  xy.setLinkIdentifier(kFlangeLink);
-  return setOf(xy);
+// An end effector of class E of the whole arm (centre of mass, momentum), named by the base.
+template <typename E>
+E wholeArm() {
+  E endEffector;
+  endEffector.setLinkIdentifier("craigArm");
+  return endEffector;
 }
 
 // The first and last joints held at opposite values: their sum stays zero.
@@ -171,6 +183,33 @@ KtEndEffectorSet opposedJointsSet() {
   sum.setJointLabels({"craigArmLink1", kFlangeLink});
   sum.setJointWeights({1.0, 1.0});
   return setOf(sum);
+}
+
+// Linear and angular momentum, both held.
+KtEndEffectorSet momentumSet() {
+  KtSpatialMomentumEndEffector momentum = wholeArm<KtSpatialMomentumEndEffector>();
+  momentum.setIncludeAngular(true);
+  return setOf(momentum);
+}
+
+struct SampleSet {
+  const char* file;
+  KtEndEffectorSet set;
+};
+
+std::vector<SampleSet> sampleSets() {
+  return {{"craig_arm_flange_set.xml", flangeSet<KtFrameEndEffector>()},
+          {"craig_arm_point_set.xml", flangeSet<KtPointEndEffector>()},
+          {"craig_arm_orientation_set.xml", flangeSet<KtOrientationEndEffector>()},
+          {"craig_arm_planar_set.xml", flangeSet<KtPlanarEndEffector>()},
+          {"craig_arm_slide_x_spin_z_set.xml", flangeSet<KtSlideXSpinZEndEffector>()},
+          {"craig_arm_free_spin_in_z_set.xml", flangeSet<KtFreeSpinInZEndEffector>()},
+          {"craig_arm_sliding_set.xml", flangeSet<KtSlidingEndEffector>()},
+          {"craig_arm_look_at_set.xml", flangeSet<KtLookAtEndEffector>()},
+          {"craig_arm_xy_set.xml", flangeSet<KtXyEndEffector>()},
+          {"craig_arm_center_of_mass_set.xml", setOf(wholeArm<KtCenterOfMassEndEffector>())},
+          {"craig_arm_spatial_momentum_set.xml", momentumSet()},
+          {"craig_arm_linear_constraint_set.xml", opposedJointsSet()}};
 }
 
 bool write(const KtXmlObject& object, const std::string& path) {
@@ -206,12 +245,11 @@ int main(int argc, char** argv) {
   const KtStatedSystem pairSystem = statedSystem(
       std::move(pair), {atOrigin, Kt::coordinateSystemTransformation(Kt::Vector(0.6, 0.1, 0.4), turned)});
 
-  const bool written = write(craigSystem, directory + "craig_arm.xml") &&
-                       write(craigSystem, directory + "craig_arm.xml.gz") &&
-                       write(paulSystem, directory + "paul_arm.xml") &&
-                       write(pairSystem, directory + "arm_and_customer.xml") &&
-                       write(flangePointSet(), directory + "craig_arm_point_set.xml") &&
-                       write(flangeXySet(), directory + "craig_arm_xy_set.xml") &&
-                       write(opposedJointsSet(), directory + "craig_arm_linear_constraint_set.xml");
-  return written ? 0 : 1;
+  const bool written =
+      write(craigSystem, directory + "craig_arm.xml") && write(craigSystem, directory + "craig_arm.xml.gz") &&
+      write(paulSystem, directory + "paul_arm.xml") && write(pairSystem, directory + "arm_and_customer.xml");
+  bool setsWritten = true;
+  for (const SampleSet& sample : sampleSets())
+    setsWritten = write(sample.set, directory + sample.file) && setsWritten;
+  return written && setsWritten ? 0 : 1;
 }

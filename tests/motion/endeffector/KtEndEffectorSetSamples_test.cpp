@@ -21,9 +21,19 @@ TEST(KtEndEffectorSetSamplesTest, SampleSetsRoundTripValidateAndFitTheirArm) {
     const char* name;
     std::vector<std::size_t> rows;
   };
-  for (const Sample& sample : std::vector<Sample>{{"craig_arm_point_set.xml", {3}},
-                                                  {"craig_arm_xy_set.xml", {2}},
-                                                  {"craig_arm_linear_constraint_set.xml", {1}}}) {
+  const std::vector<Sample> samples = {{"craig_arm_flange_set.xml", {6}},
+                                       {"craig_arm_point_set.xml", {3}},
+                                       {"craig_arm_orientation_set.xml", {3}},
+                                       {"craig_arm_planar_set.xml", {3}},
+                                       {"craig_arm_slide_x_spin_z_set.xml", {4}},
+                                       {"craig_arm_free_spin_in_z_set.xml", {5}},
+                                       {"craig_arm_sliding_set.xml", {5}},
+                                       {"craig_arm_look_at_set.xml", {2}},
+                                       {"craig_arm_xy_set.xml", {2}},
+                                       {"craig_arm_center_of_mass_set.xml", {3}},
+                                       {"craig_arm_spatial_momentum_set.xml", {6}},
+                                       {"craig_arm_linear_constraint_set.xml", {1}}};
+  for (const Sample& sample : samples) {
     const std::string original = readBytes(data + sample.name);
     ASSERT_FALSE(original.empty()) << sample.name;
     KtEndEffectorSet set;
