@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <functional>
 #include <memory>
 #include <string>
@@ -315,7 +316,16 @@ TEST(KtEndEffectorSetTest, ToolAndGuideFramePlaceTheMembersPoints) {
 TEST(KtEndEffectorSetTest, StackingAllocatesNothingOnceWarm) {
   KtStatedSystem stated = craigSystem();
   const KtIndividualManipulator& arm = stated.system().manipulator(0);
-  const KtEndEffectorSet set = mixedSet(arm);
+  // The stand-ins and the members of every sample set, one of each concrete class.
+  KtEndEffectorSet set = mixedSet(arm);
+  for (const auto& entry : std::filesystem::directory_iterator(KT_TEST_DATA_DIR)) {
+    const std::string name = entry.path().filename().string();
+    if (!name.starts_with("craig_arm_") || !name.ends_with("_set.xml")) continue;
+    KtEndEffectorSet sample;
+    ASSERT_TRUE(ktReadObjectFromFile(sample, entry.path().string()));
+    for (std::size_t i = 0; i < sample.size(); ++i) set.addEndEffector(sample.endEffector(i));
+  }
+  ASSERT_GT(set.size(), 12u);
   Kt::ReArray sparsity;
   KtManipulatorEndEffectorVelocity velocities;
   const std::vector<KtReal> column(set.totalRowCount(), 0.25);
