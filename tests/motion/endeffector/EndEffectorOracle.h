@@ -59,6 +59,8 @@ inline Kt::coordinateSystemTransformation movedPlacement(KtStatedSystem& stated,
   Kt::coordinateSystemTransformation placement;
   EXPECT_TRUE(endEffector.calculatePlacement(manipulator, *stated.activeState(0), placement));
   stated.setIndividualState(0, original);
+  // Brings the active state back to the original joints for callers that hold on to it.
+  stated.activeState(0);
   return placement;
 }
 
