@@ -1,7 +1,8 @@
-// Writes the sample manipulator-system documents of the data directory: two 7-joint arms
-// (one in the modified, one in the classic Denavit-Hartenberg convention, with their makers'
-// published link parameters and joint limits, the first also with published link masses), an
-// arm with a tracked free object, and a compressed copy of the first.
+// Writes the sample documents of the data directory: two 7-joint arms (one in the modified,
+// one in the classic Denavit-Hartenberg convention, with their makers' published link
+// parameters and joint limits, the first also with published link masses), an arm with a
+// tracked free object, a compressed copy of the first, and end-effector sets for the first
+// arm, one per kind of end effector.
 // Usage: kt-make-samples <output directory>
 #include <cstdio>
 #include <memory>
@@ -10,6 +11,19 @@
 #include <vector>
 
 #include "manipulator/KtStatedSystem.h"
+#include "motion/endeffector/KtCenterOfMassEndEffector.h"
+#include "motion/endeffector/KtEndEffectorSet.h"
+#include "motion/endeffector/KtFrameEndEffector.h"
+#include "motion/endeffector/KtFreeSpinInZEndEffector.h"
+#include "motion/endeffector/KtLinearConstraintEndEffector.h"
+#include "motion/endeffector/KtLookAtEndEffector.h"
+#include "motion/endeffector/KtOrientationEndEffector.h"
+#include "motion/endeffector/KtPlanarEndEffector.h"
+#include "motion/endeffector/KtPointEndEffector.h"
+#include "motion/endeffector/KtSlideXSpinZEndEffector.h"
+#include "motion/endeffector/KtSlidingEndEffector.h"
+#include "motion/endeffector/KtSpatialMomentumEndEffector.h"
+#include "motion/endeffector/KtXyEndEffector.h"
 #include "xml/KtXmlFile.h"
 
 namespace {
@@ -137,8 +151,69 @@ KtStatedSystem statedSystem(std::vector<std::unique_ptr<KtIndividualManipulator>
   return stated;
 }
 
-bool write(const KtStatedSystem& stated, const std::string& path) {
-  if (ktWriteObjectToFile(stated, path)) return std::printf("wrote %s\n", path.c_str()), true;
+// End-effector sets of one member each for craigArm(): its last link carries the flange.
+const char* const kFlangeLink = "craigArmLink7";
+
+KtEndEffectorSet setOf(const KtEndEffector& endEffector) {
+  KtEndEffectorSet set;
+  set.addEndEffector(endEffector);
+  return set;
+}
+
+// An end effector of class E at the flange (the origin and axes of the last link's primary
+// frame), with the class's defaults otherwise.
+template <typename E>
+KtEndEffectorSet flangeSet() {
+  E endEffector;
+  endEffector.setLinkIdentifier(kFlangeLink);
+  return setOf(endEffector);
+}
+
+// An end effector of class E of the whole arm (centre of mass, momentum), named by the base.
+template <typename E>
+E wholeArm() {
+  E endEffector;
+  endEffector.setLinkIdentifier("craigArm");
+  return endEffector;
+}
+
+// The first and last joints held at opposite values: their sum stays zero.
+KtEndEffectorSet opposedJointsSet() {
+  KtLinearConstraintEndEffector sum;
+  sum.setJointLabels({"craigArmLink1", kFlangeLink});
+  sum.setJointWeights({1.0, 1.0});
+  return setOf(sum);
+}
+
+// Linear and angular momentum, both held.
+KtEndEffectorSet momentumSet() {
+  KtSpatialMomentumEndEffector momentum = wholeArm<KtSpatialMomentumEndEffector>();
+  momentum.setIncludeAngular(true);
+  return setOf(momentum);
+}
+
+struct SampleSet {
+  const char* file;
+  KtEndEffectorSet set;
+};
+
+std::vector<SampleSet> sampleSets() {
+  return {{"craig_arm_flange_set.xml", flangeSet<KtFrameEndEffector>()},
+          {"craig_arm_point_set.xml", flangeSet<KtPointEndEffector>()},
+          {"craig_arm_orientation_set.xml", flangeSet<KtOrientationEndEffector>()},
+          {"craig_arm_planar_set.xml", flangeSet<KtPlanarEndEffector>()},
+          {"craig_arm_slide_x_spin_z_set.xml", flangeSet<KtSlideXSpinZEndEffector>()},
+          {"craig_arm_free_spin_in_z_set.xml", flangeSet<KtFreeSpinInZEndEffector>()},
+          {"craig_arm_sliding_set.xml", flangeSet<KtSlidingEndEffector>()},
+          {"craig_arm_look_at_set.xml", flangeSet<KtLookAtEndEffector>()},
+          {"craig_arm_xy_set.xml", flangeSet<KtXyEndEffector>()},
+          {"craig_arm_center_of_mass_set.xml", setOf(wholeArm<KtCenterOfMassEndEffector>())},
+          {"craig_arm_spatial_momentum_set.xml", momentumSet()},
+          {"craig_arm_linear_constraint_set.xml", opposedJointsSet()}};
+}
+
+bool write(const KtXmlObject& object, const std::string& path) {
+  if (ktWriteObjectToFile(object, path)) return std::printf("wrote %s\n", path.c_str()), true;
   std::fprintf(stderr, "could not write %s\n", path.c_str());
   return false;
 }
@@ -173,5 +248,8 @@ int main(int argc, char** argv) {
   const bool written =
       write(craigSystem, directory + "craig_arm.xml") && write(craigSystem, directory + "craig_arm.xml.gz") &&
       write(paulSystem, directory + "paul_arm.xml") && write(pairSystem, directory + "arm_and_customer.xml");
-  return written ? 0 : 1;
+  bool setsWritten = true;
+  for (const SampleSet& sample : sampleSets())
+    setsWritten = write(sample.set, directory + sample.file) && setsWritten;
+  return written && setsWritten ? 0 : 1;
 }

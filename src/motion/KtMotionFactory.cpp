@@ -4,10 +4,15 @@
 #include "motion/KtPointMotionFilter.h"
 #include "motion/endeffector/KtCenterOfMassEndEffector.h"
 #include "motion/endeffector/KtEndEffectorRelativeLinkData.h"
+#include "motion/endeffector/KtEndEffectorSet.h"
+#include "motion/endeffector/KtEndEffectorVector.h"
 #include "motion/endeffector/KtFrameEndEffector.h"
 #include "motion/endeffector/KtFreeSpinInZEndEffector.h"
 #include "motion/endeffector/KtLinearConstraintEndEffector.h"
 #include "motion/endeffector/KtLookAtEndEffector.h"
+#include "motion/endeffector/KtManipulatorEndEffectorPlacement.h"
+#include "motion/endeffector/KtManipulatorEndEffectorPlacementVector.h"
+#include "motion/endeffector/KtManipulatorEndEffectorVelocity.h"
 #include "motion/endeffector/KtOrientationEndEffector.h"
 #include "motion/endeffector/KtPlanarEndEffector.h"
 #include "motion/endeffector/KtPointEndEffector.h"
@@ -24,6 +29,11 @@ const bool registered = [] {
   factory.registerClass<KtPointMotionFilter>();
   factory.registerClass<KtGeneralMotionFilter>();
   factory.registerClass<KtEndEffectorRelativeLinkData>();
+  factory.registerClass<KtEndEffectorVector>();
+  factory.registerClass<KtEndEffectorSet>();
+  factory.registerClass<KtManipulatorEndEffectorPlacement>();
+  factory.registerClass<KtManipulatorEndEffectorPlacementVector>();
+  factory.registerClass<KtManipulatorEndEffectorVelocity>();
   factory.registerClass<KtPointEndEffector>();
   factory.registerClass<KtXyEndEffector>();
   factory.registerClass<KtLinearConstraintEndEffector>();
