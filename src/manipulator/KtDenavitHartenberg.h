@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <string_view>
 
-#include "manipulator/KtHalfAngleQuaternion.h"
 #include "manipulator/KtLinkKinematics.h"
 #include "xml/KtXmlBasicType.h"
 #include "xml/KtXmlEnumType.h"
@@ -63,6 +62,20 @@ class KtDenavitHartenberg : public KtXmlCloneable<KtDenavitHartenberg, KtLinkKin
   void composePrecursor(const Kt::coordinateSystemTransformation& t);
 
   const Kt::coordinateSystemTransformation& dhTransform(KtReal q) const override;
+  // Whether this is a rotational "paul" or "craig" row, whose joint transformation is built
+  // from the sine and cosine of half the joint value alone.
+  bool isHalfAngleRow() const { return m_rotationalRow != RotationalRow::none; }
+  // dhTransform(q) of such a row, given sin(q/2) and cos(q/2), so that a caller can compute
+  // those of many joints together; cached and counted alike.
+  const Kt::coordinateSystemTransformation& halfAngleRowTransform(KtReal q, KtReal sineHalf,
+                                                                  KtReal cosineHalf) const {
+    if (m_frameValid && q == m_cachedJointValue) return m_cachedFrame;
+    m_cachedJointValue = q;
+    m_cachedFrame = rotationalMotion(sineHalf, cosineHalf, m_rotationalRow == RotationalRow::paul);
+    m_frameValid = true;
+    ++m_transformComputations;
+    return m_cachedFrame;
+  }
   void calculateTransform(Kt::coordinateSystemTransformation& result, KtReal q) const override;
   bool getUnitFrameMotion(KtGeneralMotion& motion) const override;
   bool accelerationFromJointVelocity(KtReal jointVelocity, KtGeneralMotion& acceleration) const override;
@@ -79,7 +92,23 @@ class KtDenavitHartenberg : public KtXmlCloneable<KtDenavitHartenberg, KtLinkKin
   bool checkTypes(const char* operation) const;
   // The pure joint motion (p, R) of the table for q, without precursor.
   Kt::coordinateSystemTransformation jointMotion(KtReal q) const;
-  // The motion of a rotational joint in the classic or the modified convention.
+  // The motion of a rotational joint in the classic or the modified convention, from the sine
+  // and cosine of half the joint value.
+  //
+  // With (ch, sh) and (ca, sa) the cosines and sines of q/2 and alpha/2, Rz(q)·Rx(alpha) is the
+  // quaternion (ch·ca, ch·sa, sh·sa, sh·ca) and Rx(alpha)·Rz(q) is (ch·ca, ch·sa, -sh·sa, sh·ca):
+  // four products of unit pairs, so no square root or division is needed and the result is a
+  // unit quaternion to rounding. The classic translation needs cos q = 1 - 2·sh² and
+  // sin q = 2·sh·ch.
+  Kt::coordinateSystemTransformation rotationalMotion(KtReal sineHalf, KtReal cosineHalf,
+                                                      bool classic) const {
+    const KtReal ca = m_cosHalfAlpha, sa = m_sinHalfAlpha;
+    const KtReal y = sineHalf * sa;
+    const Kt::Orientation rotation(cosineHalf * ca, cosineHalf * sa, classic ? y : -y, sineHalf * ca);
+    if (!classic) return {m_craigTranslation, rotation};
+    const KtReal cosine = 1.0 - 2.0 * sineHalf * sineHalf, sine = 2.0 * sineHalf * cosineHalf;
+    return {Kt::Vector(m_a * cosine, m_a * sine, m_d), rotation};
+  }
   Kt::coordinateSystemTransformation rotationalMotion(KtReal q, bool classic) const;
 
   KtXmlEnumType<KtJointType> m_jointType = KtJointType::rotational;
@@ -93,7 +122,8 @@ class KtDenavitHartenberg : public KtXmlCloneable<KtDenavitHartenberg, KtLinkKin
   // Derived from alpha whenever it is set.
   KtReal m_sinAlpha = 0.0;
   KtReal m_cosAlpha = 1.0;
-  KtHalfAngle m_alphaHalf = KtHalfAngle::of(1.0, 0.0);
+  KtReal m_sinHalfAlpha = 0.0;
+  KtReal m_cosHalfAlpha = 1.0;
   // The modified convention's joint translation, which does not depend on the joint value.
   Kt::Vector m_craigTranslation;
   // The rotational "paul" and "craig" joints, which dhTransform computes without the type
