@@ -144,6 +144,29 @@ TEST(KtForwardKinematicsTest, SiblingsShareTheirParentsFrame) {
   EXPECT_EQ(arm->link(0).kinematics().transformComputations(), parentComputations);
 }
 
+// A query carries on past the link asked as long as the chain does not branch: on the serial
+// arm asking link 2 brings every later link up to date as well, in the tree asking the root
+// (which has two children) computes the root alone.
+TEST(KtForwardKinematicsTest, QueriesRunOnAlongUnbranchedChains) {
+  TestRandom rng(28);
+  const auto serial = makeSerialArm(craigArmRows());
+  const auto tree = treeArm(rng);
+  const struct {
+    const KtIndividualManipulator& arm;
+    std::size_t asked;
+    std::vector<bool> valid;
+  } cases[] = {{*serial, 2, {true, true, true, true, true, true, true}},
+               {*tree, 0, {true, false, false, false}}};
+  for (const auto& c : cases) {
+    KtManipulatorActiveState active;
+    active.activePositionState().setJointPositions(randomJoints(rng, c.arm.jointDof()));
+    c.arm.link(c.asked).dhFrameInSystem(active);
+    const auto& records = active.activePositionState().linkPositionStates();
+    for (std::size_t i = 0; i < records.size(); ++i) EXPECT_EQ(records[i].isValid(), c.valid[i]) << i;
+    expectFramesFresh(c.arm, active);
+  }
+}
+
 TEST(KtForwardKinematicsTest, WarmQueriesDoNotAllocate) {
   TestRandom rng(27);
   const auto arm = makeSerialArm(craigArmRows());
