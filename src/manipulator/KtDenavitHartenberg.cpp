@@ -135,12 +135,20 @@ void KtDenavitHartenberg::calculateTransform(Kt::coordinateSystemTransformation&
 }
 
 const Kt::coordinateSystemTransformation& KtDenavitHartenberg::dhTransform(KtReal q) const {
-  if (m_frameValid && q == m_cachedJointValue) return m_cachedFrame;
   if (isHalfAngleRow()) {
-    KtReal sineHalf = 0.0, cosineHalf = 1.0;
-    Kt::sinCos(0.5 * q, sineHalf, cosineHalf);
-    return halfAngleRowTransform(q, sineHalf, cosineHalf);
+    if (!m_frameValid || q != m_cachedJointValue) {
+      KtReal sineHalf = 0.0, cosineHalf = 1.0;
+      Kt::sinCos(0.5 * q, sineHalf, cosineHalf);
+      noteHalfAngles(q, sineHalf, cosineHalf);
+    }
+    if (!m_frameBuilt) {
+      m_cachedFrame =
+          rotationalMotion(m_cachedSineHalf, m_cachedCosineHalf, m_rotationalRow == RotationalRow::paul);
+      m_frameBuilt = true;
+    }
+    return m_cachedFrame;
   }
+  if (m_frameValid && q == m_cachedJointValue) return m_cachedFrame;
   m_cachedJointValue = q;
   if (isGeneralType()) {
     m_cachedFrame.setToIdentity();

@@ -174,7 +174,9 @@ void KtManipulatorLink::copyPropertiesFrom(const KtManipulatorLink& source) {
 // ends the sweep, so that a query never computes the frames of another branch.
 //
 // The sines and cosines of all the half joint values come first, in one pass without branches
-// that the compiler vectorises; then the compositions follow, outward.
+// that the compiler vectorises; then the compositions follow, outward. A half-angle row turns
+// its parent's frame directly and only notes its joint value, so that its own transformation
+// is built only if someone asks for it.
 const KtLinkPositionState& KtManipulatorLink::locate(KtManipulatorActivePositionState& positions) const {
   KtLinkPositionState& record = positions.linkPositionState(static_cast<std::size_t>(m_linkIndex));
   if (record.isValid()) return record;
@@ -205,12 +207,15 @@ const KtLinkPositionState& KtManipulatorLink::locate(KtManipulatorActivePosition
     const auto index = static_cast<std::size_t>(sweep.links[i]->m_linkIndex);
     const KtJointPlan& plan = positions.jointPlan(index);
     const KtReal q = positions.jointPosition(index);
-    const Kt::coordinateSystemTransformation& joint =
-        plan.halfAngleRow != nullptr
-            ? plan.halfAngleRow->halfAngleRowTransform(q, sweep.sines[i], sweep.cosines[i])
-            : plan.kinematics->dhTransform(q);
     KtLinkPositionState& linkRecord = positions.linkPositionState(index);
-    linkRecord.store(*parentFrame, joint, plan.kinematics->primaryFrame());
+    const Kt::coordinateSystemTransformation& primaryOffset = plan.kinematics->primaryFrame();
+    if (plan.halfAngleRow != nullptr) {
+      plan.halfAngleRow->noteHalfAngles(q, sweep.sines[i], sweep.cosines[i]);
+      linkRecord.store(plan.halfAngleRow->composedOnto(*parentFrame, sweep.sines[i], sweep.cosines[i]),
+                       primaryOffset);
+    } else {
+      linkRecord.store(*parentFrame, plan.kinematics->dhTransform(q), primaryOffset);
+    }
     parentFrame = &linkRecord.dhFrame();
   }
   return record;

@@ -80,16 +80,21 @@ inline void sinCos(KtReal x, KtReal& sine, KtReal& cosine) {
   sinCosReducible(x, sine, cosine);
 }
 
-// sinCos of count arguments, with exactly the same results. When all of them lie in the
-// reducible range, which is checked first, the loop has no branch at all, so the compiler
-// computes several of them side by side in vector registers.
+// sinCos of count arguments, with exactly the same results. All of them go through the
+// branch-free part, which the compiler vectorises, while the arguments outside the reducible
+// range are noted on the way (without a jump) and then done again by sinCos.
 inline void sinCosMany(const KtReal* x, KtReal* sine, KtReal* cosine, std::size_t count) {
-  bool reducible = true;
-  for (std::size_t i = 0; i < count; ++i) reducible &= std::fabs(x[i]) <= kSinCosReducibleBound;
-  if (reducible) {
-    for (std::size_t i = 0; i < count; ++i) sinCosReducible(x[i], sine[i], cosine[i]);
-  } else {
-    for (std::size_t i = 0; i < count; ++i) sinCos(x[i], sine[i], cosine[i]);
+  std::uint64_t outside = 0;
+  for (std::size_t i = 0; i < count; ++i) {
+    // Non-negative doubles, NaN included, order like their bit patterns: the difference of the
+    // patterns has its top bit set exactly when |x| is beyond the bound or NaN.
+    outside |=
+        std::bit_cast<std::uint64_t>(kSinCosReducibleBound) - std::bit_cast<std::uint64_t>(std::fabs(x[i]));
+    sinCosReducible(x[i], sine[i], cosine[i]);
+  }
+  if ((outside >> 63) == 0) return;
+  for (std::size_t i = 0; i < count; ++i) {
+    if (!(std::fabs(x[i]) <= kSinCosReducibleBound)) sinCos(x[i], sine[i], cosine[i]);
   }
 }
 

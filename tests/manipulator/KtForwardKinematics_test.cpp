@@ -114,8 +114,17 @@ TEST(KtForwardKinematicsTest, OnlyChangedJointsAreRecomputed) {
     return total;
   };
   std::vector<double> q = randomJoints(rng, 7);
+  // The joints' own transformations, which the frames do not need, come out as computed afresh.
+  const auto expectJointTransformsFresh = [&arm, &q] {
+    for (std::size_t i = 0; i < 7; ++i) {
+      Kt::coordinateSystemTransformation fresh;
+      arm->link(i).kinematics().calculateTransform(fresh, q[i]);
+      EXPECT_EQ(arm->link(i).kinematics().dhTransform(q[i]), fresh) << i;
+    }
+  };
   active.activePositionState().setJointPositions(q);
   arm->link(6).primaryFrameInSystem(active);
+  expectJointTransformsFresh();
   const std::uint64_t afterFirst = computations();
   arm->link(6).primaryFrameInSystem(active);
   arm->link(2).dhFrameInSystem(active);
@@ -127,6 +136,8 @@ TEST(KtForwardKinematicsTest, OnlyChangedJointsAreRecomputed) {
   EXPECT_TRUE(active.activePositionState().linkPositionStates()[2].isValid());
   EXPECT_FALSE(active.activePositionState().linkPositionStates()[3].isValid());
   arm->link(6).dhFrameInSystem(active);
+  EXPECT_EQ(computations(), afterFirst + 1);
+  expectJointTransformsFresh();
   EXPECT_EQ(computations(), afterFirst + 1);
 }
 
