@@ -58,8 +58,11 @@ bool KtJointColumns::write(const KtIndividualManipulator& manipulator, KtManipul
     const KtJointPlan& plan = positions.jointPlan(index);
     KtJointColumn column;
     if (plan.halfAngleRow != nullptr) {
+      // A modified-convention row turns its frame about the frame's own origin: there is no
+      // linear part to rotate (rotating zero gives zero exactly).
       const Kt::Orientation& toSystem = frame.orientation();
-      column = {toSystem * plan.unitLinear, toSystem * plan.unitAngular};
+      const bool swings = !(plan.unitLinear == Kt::Vector());
+      column = {swings ? toSystem * plan.unitLinear : Kt::Vector(), toSystem * plan.unitAngular};
     } else {
       column = atJointFrame(*link, frame);
     }
