@@ -1,18 +1,21 @@
 // Forward kinematics of the 7-joint sample arm (modified D-H parameters) beside KDL's
 // recursive position solver for the same arm, in one binary. "Fresh" takes a new joint
 // vector every iteration, so no cached frame can be reused; "Repeated" asks again for the
-// same joints, which the lazy frames answer from their cache.
+// same joints, which the lazy frames answer from their cache. The Jacobian cases add the 6x7
+// frame Jacobian at the last link's origin in system coordinates to the last link's frame.
 #include <benchmark/benchmark.h>
 
 #include <cmath>
 #include <kdl/chain.hpp>
 #include <kdl/chainfksolverpos_recursive.hpp>
+#include <kdl/chainjnttojacsolver.hpp>
 #include <memory>
 #include <numbers>
 #include <random>
 #include <vector>
 
 #include "manipulator/KtIndividualManipulator.h"
+#include "manipulator/KtJointColumns.h"
 #include "manipulator/KtManipulatorActiveState.h"
 
 namespace {
@@ -88,15 +91,58 @@ void ktFrames(benchmark::State& state, bool fresh, bool everyLink) {
   }
 }
 
-void kdlFrames(benchmark::State& state, bool fresh, bool everyLink) {
-  const KDL::Chain chain = makeKdlChain();
-  KDL::ChainFkSolverPos_recursive solver(chain);
+// The last link's frame and the Jacobian of its joint columns at that frame's origin.
+void ktFrameAndJacobian(benchmark::State& state) {
+  const auto arm = makeArm();
+  KtManipulatorActiveState active;
+  KtManipulatorActivePositionState& positions = active.activePositionState();
+  const KtManipulatorLink& last = arm->link(kJoints - 1);
+  Kt::ReArray jacobian(6, kJoints);
+  const auto& pool = jointPool();
+  std::size_t next = 0;
+  for (auto _ : state) {
+    next = (next + 1) % kPoolSize;
+    positions.setJointPositions(pool[next]);
+    const Kt::coordinateSystemTransformation& frame = last.dhFrameInSystem(active);
+    KtJointColumns::write(*arm, active, kJoints - 1, frame.translation(), KtJacobianRows::both, jacobian, 0);
+    benchmark::DoNotOptimize(&frame);
+    benchmark::DoNotOptimize(&jacobian);
+  }
+}
+
+std::vector<KDL::JntArray> kdlJointPool() {
   std::vector<KDL::JntArray> pool;
   for (const auto& q : jointPool()) {
     KDL::JntArray joints(kJoints);
     for (std::size_t i = 0; i < kJoints; ++i) joints(static_cast<unsigned>(i)) = q[i];
     pool.push_back(joints);
   }
+  return pool;
+}
+
+// KDL's Jacobian solver takes the reference point at the chain's tip, which for this arm
+// (last d = 0) is the last link's frame origin, and gives system axes.
+void kdlFrameAndJacobian(benchmark::State& state) {
+  const KDL::Chain chain = makeKdlChain();
+  KDL::ChainFkSolverPos_recursive positionSolver(chain);
+  KDL::ChainJntToJacSolver jacobianSolver(chain);
+  const std::vector<KDL::JntArray> pool = kdlJointPool();
+  KDL::Frame last;
+  KDL::Jacobian jacobian(kJoints);
+  std::size_t next = 0;
+  for (auto _ : state) {
+    next = (next + 1) % kPoolSize;
+    positionSolver.JntToCart(pool[next], last);
+    jacobianSolver.JntToJac(pool[next], jacobian);
+    benchmark::DoNotOptimize(&last);
+    benchmark::DoNotOptimize(jacobian.data.data());
+  }
+}
+
+void kdlFrames(benchmark::State& state, bool fresh, bool everyLink) {
+  const KDL::Chain chain = makeKdlChain();
+  KDL::ChainFkSolverPos_recursive solver(chain);
+  const std::vector<KDL::JntArray> pool = kdlJointPool();
   std::vector<KDL::Frame> frames(kJoints);
   KDL::Frame last;
   std::size_t next = 0;
@@ -155,6 +201,8 @@ void BM_KtEveryLinkFresh(benchmark::State& state) { ktFrames(state, true, true);
 void BM_KdlEveryLinkFresh(benchmark::State& state) { kdlFrames(state, true, true); }
 void BM_KtLastLinkFresh(benchmark::State& state) { ktFrames(state, true, false); }
 void BM_KdlLastLinkFresh(benchmark::State& state) { kdlFrames(state, true, false); }
+void BM_KtFrameAndJacobianFresh(benchmark::State& state) { ktFrameAndJacobian(state); }
+void BM_KdlFrameAndJacobianFresh(benchmark::State& state) { kdlFrameAndJacobian(state); }
 void BM_KtEveryLinkRepeated(benchmark::State& state) { ktFrames(state, false, true); }
 void BM_KdlEveryLinkRepeated(benchmark::State& state) { kdlFrames(state, false, true); }
 void BM_KtLastLinkRepeated(benchmark::State& state) { ktFrames(state, false, false); }
@@ -167,6 +215,8 @@ BENCHMARK(BM_KtEveryLinkFresh);
 BENCHMARK(BM_KdlEveryLinkFresh);
 BENCHMARK(BM_KtLastLinkFresh);
 BENCHMARK(BM_KdlLastLinkFresh);
+BENCHMARK(BM_KtFrameAndJacobianFresh);
+BENCHMARK(BM_KdlFrameAndJacobianFresh);
 BENCHMARK(BM_KtEveryLinkRepeated);
 BENCHMARK(BM_KdlEveryLinkRepeated);
 BENCHMARK(BM_KtLastLinkRepeated);

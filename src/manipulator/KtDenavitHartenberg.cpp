@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "foundation/Print.h"
+#include "math/SinCos.h"
 #include "xml/KtXmlNamespaces.h"
 
 const KtToken& KtDenavitHartenberg::elementToken() const {
@@ -27,7 +28,8 @@ void KtDenavitHartenberg::registerComponents() {
 void KtDenavitHartenberg::parametersChanged() {
   m_sinAlpha = std::sin(m_alpha);
   m_cosAlpha = std::cos(m_alpha);
-  m_alphaHalf = KtHalfAngle::of(m_cosAlpha, m_sinAlpha);
+  m_sinHalfAlpha = std::sin(0.5 * m_alpha);
+  m_cosHalfAlpha = std::cos(0.5 * m_alpha);
   m_craigTranslation = Kt::Vector(m_a, -m_d * m_sinAlpha, m_d * m_cosAlpha);
   m_rotationalRow = RotationalRow::none;
   if (jointType() == KtJointType::rotational) {
@@ -102,10 +104,9 @@ bool KtDenavitHartenberg::checkTypes(const char* operation) const {
 }
 
 Kt::coordinateSystemTransformation KtDenavitHartenberg::rotationalMotion(KtReal q, bool classic) const {
-  KtReal s = 0.0, c = 1.0;
-  Kt::sinCos(q, s, c);
-  const Kt::Vector translation = classic ? Kt::Vector(m_a * c, m_a * s, m_d) : m_craigTranslation;
-  return {translation, ktHalfAngleQuaternion(KtHalfAngle::of(c, s), m_alphaHalf, classic)};
+  KtReal sineHalf = 0.0, cosineHalf = 1.0;
+  Kt::sinCos(0.5 * q, sineHalf, cosineHalf);
+  return rotationalMotion(sineHalf, cosineHalf, classic);
 }
 
 Kt::coordinateSystemTransformation KtDenavitHartenberg::jointMotion(KtReal q) const {
@@ -134,11 +135,22 @@ void KtDenavitHartenberg::calculateTransform(Kt::coordinateSystemTransformation&
 }
 
 const Kt::coordinateSystemTransformation& KtDenavitHartenberg::dhTransform(KtReal q) const {
+  if (isHalfAngleRow()) {
+    if (!m_frameValid || q != m_cachedJointValue) {
+      KtReal sineHalf = 0.0, cosineHalf = 1.0;
+      Kt::sinCos(0.5 * q, sineHalf, cosineHalf);
+      noteHalfAngles(q, sineHalf, cosineHalf);
+    }
+    if (!m_frameBuilt) {
+      m_cachedFrame =
+          rotationalMotion(m_cachedSineHalf, m_cachedCosineHalf, m_rotationalRow == RotationalRow::paul);
+      m_frameBuilt = true;
+    }
+    return m_cachedFrame;
+  }
   if (m_frameValid && q == m_cachedJointValue) return m_cachedFrame;
   m_cachedJointValue = q;
-  if (m_rotationalRow != RotationalRow::none) {
-    m_cachedFrame = rotationalMotion(q, m_rotationalRow == RotationalRow::paul);
-  } else if (isGeneralType()) {
+  if (isGeneralType()) {
     m_cachedFrame.setToIdentity();
     calculateTransform(m_cachedFrame, q);
   } else if (checkTypes("calculateTransform")) {

@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <string_view>
 
-#include "manipulator/KtHalfAngleQuaternion.h"
 #include "manipulator/KtLinkKinematics.h"
 #include "xml/KtXmlBasicType.h"
 #include "xml/KtXmlEnumType.h"
@@ -63,6 +62,39 @@ class KtDenavitHartenberg : public KtXmlCloneable<KtDenavitHartenberg, KtLinkKin
   void composePrecursor(const Kt::coordinateSystemTransformation& t);
 
   const Kt::coordinateSystemTransformation& dhTransform(KtReal q) const override;
+  // Whether this is a rotational "paul" or "craig" row, whose joint transformation is built
+  // from the sine and cosine of half the joint value alone.
+  bool isHalfAngleRow() const { return m_rotationalRow != RotationalRow::none; }
+  // For such a row: takes q with sin(q/2) and cos(q/2), computed by the caller together with
+  // those of other joints, as the cached joint value (counted as a computation unless q is the
+  // cached value already); dhTransform builds the transformation from them only when asked.
+  void noteHalfAngles(KtReal q, KtReal sineHalf, KtReal cosineHalf) const {
+    if (m_frameValid && q == m_cachedJointValue) return;
+    m_cachedJointValue = q;
+    m_cachedSineHalf = sineHalf;
+    m_cachedCosineHalf = cosineHalf;
+    m_frameValid = true;
+    m_frameBuilt = false;
+    ++m_transformComputations;
+  }
+  // parent ∘ dhTransform(q) for such a row, from sin(q/2) and cos(q/2). The parent's quaternion
+  // is multiplied by Rz(q) and Rx(alpha) in the row's order, each a quaternion with two non-zero
+  // components, which costs less than forming the joint's quaternion and a full product.
+  Kt::coordinateSystemTransformation composedOnto(const Kt::coordinateSystemTransformation& parent,
+                                                  KtReal sineHalf, KtReal cosineHalf) const {
+    const Kt::Orientation& turn = parent.orientation();
+    KtReal w = turn.w(), x = turn.x(), y = turn.y(), z = turn.z();
+    if (m_rotationalRow == RotationalRow::paul) {
+      turnAboutZ(w, x, y, z, cosineHalf, sineHalf);
+      turnAboutX(w, x, y, z, m_cosHalfAlpha, m_sinHalfAlpha);
+      const KtReal cosine = 1.0 - 2.0 * sineHalf * sineHalf, sine = 2.0 * sineHalf * cosineHalf;
+      return {parent.translation() + turn * Kt::Vector(m_a * cosine, m_a * sine, m_d),
+              Kt::Orientation(w, x, y, z)};
+    }
+    turnAboutX(w, x, y, z, m_cosHalfAlpha, m_sinHalfAlpha);
+    turnAboutZ(w, x, y, z, cosineHalf, sineHalf);
+    return {parent.translation() + turn * m_craigTranslation, Kt::Orientation(w, x, y, z)};
+  }
   void calculateTransform(Kt::coordinateSystemTransformation& result, KtReal q) const override;
   bool getUnitFrameMotion(KtGeneralMotion& motion) const override;
   bool accelerationFromJointVelocity(KtReal jointVelocity, KtGeneralMotion& acceleration) const override;
@@ -79,8 +111,40 @@ class KtDenavitHartenberg : public KtXmlCloneable<KtDenavitHartenberg, KtLinkKin
   bool checkTypes(const char* operation) const;
   // The pure joint motion (p, R) of the table for q, without precursor.
   Kt::coordinateSystemTransformation jointMotion(KtReal q) const;
-  // The motion of a rotational joint in the classic or the modified convention.
+  // The motion of a rotational joint in the classic or the modified convention, from the sine
+  // and cosine of half the joint value.
+  //
+  // With (ch, sh) and (ca, sa) the cosines and sines of q/2 and alpha/2, Rz(q)·Rx(alpha) is the
+  // quaternion (ch·ca, ch·sa, sh·sa, sh·ca) and Rx(alpha)·Rz(q) is (ch·ca, ch·sa, -sh·sa, sh·ca):
+  // four products of unit pairs, so no square root or division is needed and the result is a
+  // unit quaternion to rounding. The classic translation needs cos q = 1 - 2·sh² and
+  // sin q = 2·sh·ch.
+  Kt::coordinateSystemTransformation rotationalMotion(KtReal sineHalf, KtReal cosineHalf,
+                                                      bool classic) const {
+    const KtReal ca = m_cosHalfAlpha, sa = m_sinHalfAlpha;
+    const KtReal y = sineHalf * sa;
+    const Kt::Orientation rotation(cosineHalf * ca, cosineHalf * sa, classic ? y : -y, sineHalf * ca);
+    if (!classic) return {m_craigTranslation, rotation};
+    const KtReal cosine = 1.0 - 2.0 * sineHalf * sineHalf, sine = 2.0 * sineHalf * cosineHalf;
+    return {Kt::Vector(m_a * cosine, m_a * sine, m_d), rotation};
+  }
   Kt::coordinateSystemTransformation rotationalMotion(KtReal q, bool classic) const;
+  // (w, x, y, z) := (w, x, y, z) * (c, s, 0, 0), and * (c, 0, 0, s): a turn about x or z by the
+  // angle whose half has the cosine c and sine s.
+  static void turnAboutX(KtReal& w, KtReal& x, KtReal& y, KtReal& z, KtReal c, KtReal s) {
+    const KtReal w0 = w, x0 = x, y0 = y, z0 = z;
+    w = w0 * c - x0 * s;
+    x = w0 * s + x0 * c;
+    y = y0 * c + z0 * s;
+    z = z0 * c - y0 * s;
+  }
+  static void turnAboutZ(KtReal& w, KtReal& x, KtReal& y, KtReal& z, KtReal c, KtReal s) {
+    const KtReal w0 = w, x0 = x, y0 = y, z0 = z;
+    w = w0 * c - z0 * s;
+    x = x0 * c + y0 * s;
+    y = y0 * c - x0 * s;
+    z = z0 * c + w0 * s;
+  }
 
   KtXmlEnumType<KtJointType> m_jointType = KtJointType::rotational;
   KtXmlEnumType<KtDhType> m_dhType = KtDhType::paul;
@@ -93,7 +157,8 @@ class KtDenavitHartenberg : public KtXmlCloneable<KtDenavitHartenberg, KtLinkKin
   // Derived from alpha whenever it is set.
   KtReal m_sinAlpha = 0.0;
   KtReal m_cosAlpha = 1.0;
-  KtHalfAngle m_alphaHalf = KtHalfAngle::of(1.0, 0.0);
+  KtReal m_sinHalfAlpha = 0.0;
+  KtReal m_cosHalfAlpha = 1.0;
   // The modified convention's joint translation, which does not depend on the joint value.
   Kt::Vector m_craigTranslation;
   // The rotational "paul" and "craig" joints, which dhTransform computes without the type
@@ -105,4 +170,9 @@ class KtDenavitHartenberg : public KtXmlCloneable<KtDenavitHartenberg, KtLinkKin
   mutable KtCoordinateSystemTransformation m_cachedFrame;
   mutable KtReal m_cachedJointValue = 0.0;
   mutable bool m_frameValid = false;
+  // A half-angle row keeps the half-angle sine and cosine of the cached value and builds the
+  // transformation from them on the first dhTransform.
+  mutable KtReal m_cachedSineHalf = 0.0;
+  mutable KtReal m_cachedCosineHalf = 1.0;
+  mutable bool m_frameBuilt = false;
 };

@@ -36,15 +36,43 @@ bool KtJointColumns::blockFits(const Kt::ReArray& jacobian, std::size_t firstRow
   return false;
 }
 
+// The columns of the whole chain come from the frames that one query brings up to date,
+// read from the records directly, with the unit motions of the half-angle rows taken from the
+// state's joint plans; the rows are looked up once rather than per entry. The arithmetic is
+// that of at(), so the two agree exactly.
 bool KtJointColumns::write(const KtIndividualManipulator& manipulator, KtManipulatorActiveState& state,
                            std::size_t linkIndex, const Kt::Vector& point, KtJacobianRows rows,
                            Kt::ReArray& jacobian, std::size_t firstRow) {
   if (!linkIndexValid(manipulator, linkIndex, "write") ||
       !blockFits(jacobian, firstRow, rows, manipulator.jointDof(), "write"))
     return false;
-  return forEach(manipulator, state, linkIndex, point, [&](std::size_t joint, const KtJointColumn& column) {
-    store(column.linear, column.angular, rows, jacobian, firstRow, joint);
-  });
+  const KtManipulatorLink& last = manipulator.link(linkIndex);
+  last.dhFrameInSystem(state);
+  KtManipulatorActivePositionState& positions = state.activePositionState();
+  std::vector<KtReal>* target[6];
+  for (std::size_t k = 0; k < rowCount(rows); ++k) target[k] = &jacobian[firstRow + k];
+  const std::size_t firstAngular = rows == KtJacobianRows::angular ? 0 : 3;
+  for (const KtManipulatorLink* link = &last; link->linkIndex() >= 0; link = link->parentLink()) {
+    const auto index = static_cast<std::size_t>(link->linkIndex());
+    const Kt::coordinateSystemTransformation& frame = positions.linkPositionState(index).dhFrame();
+    const KtJointPlan& plan = positions.jointPlan(index);
+    KtJointColumn column;
+    if (plan.halfAngleRow != nullptr) {
+      // A modified-convention row turns its frame about the frame's own origin: there is no
+      // linear part to rotate (rotating zero gives zero exactly).
+      const Kt::Orientation& toSystem = frame.orientation();
+      const bool swings = !(plan.unitLinear == Kt::Vector());
+      column = {swings ? toSystem * plan.unitLinear : Kt::Vector(), toSystem * plan.unitAngular};
+    } else {
+      column = atJointFrame(*link, frame);
+    }
+    column.linear += column.angular.cross(point - frame.translation());
+    if (rows != KtJacobianRows::angular)
+      for (std::size_t k = 0; k < 3; ++k) (*target[k])[index] = column.linear[k];
+    if (rows != KtJacobianRows::linear)
+      for (std::size_t k = 0; k < 3; ++k) (*target[firstAngular + k])[index] = column.angular[k];
+  }
+  return true;
 }
 
 bool KtJointColumns::writeFreeBase(const KtIndividualManipulator& manipulator,

@@ -28,9 +28,13 @@ class KtLinkPositionState : public KtXmlCloneable<KtLinkPositionState, KtXmlComp
              const Kt::coordinateSystemTransformation& jointTransform,
              const Kt::coordinateSystemTransformation& primaryOffset) {
     compose(parentDhFrame, jointTransform, m_dhFrame);
-    compose(m_dhFrame, primaryOffset, m_primaryFrame);
-    m_locationInSystemValid = true;
-    m_dhTransformValid = true;
+    storePrimaryFrame(primaryOffset);
+  }
+  // Stores the frames of a link whose joint frame in system coordinates is given.
+  void store(const Kt::coordinateSystemTransformation& dhFrame,
+             const Kt::coordinateSystemTransformation& primaryOffset) {
+    m_dhFrame = dhFrame;
+    storePrimaryFrame(primaryOffset);
   }
 
  protected:
@@ -45,6 +49,12 @@ class KtLinkPositionState : public KtXmlCloneable<KtLinkPositionState, KtXmlComp
   }
 
  private:
+  // primaryFrame = dhFrame ∘ primary; both frames are then valid.
+  void storePrimaryFrame(const Kt::coordinateSystemTransformation& primaryOffset) {
+    compose(m_dhFrame, primaryOffset, m_primaryFrame);
+    m_locationInSystemValid = true;
+    m_dhTransformValid = true;
+  }
   // result = a ∘ b. Joint frames are nearly always general transformations, for which the
   // composition is written out here so that it inlines into the frame traversal.
   static void compose(const Kt::coordinateSystemTransformation& a,

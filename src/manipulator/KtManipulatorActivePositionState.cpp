@@ -1,5 +1,6 @@
 #include "manipulator/KtManipulatorActivePositionState.h"
 
+#include "manipulator/KtDenavitHartenberg.h"
 #include "manipulator/KtIndividualManipulator.h"
 #include "xml/KtXmlNamespaces.h"
 
@@ -29,8 +30,25 @@ void KtManipulatorActivePositionState::invalidateAll() {
 
 void KtManipulatorActivePositionState::rebind(const KtIndividualManipulator& manipulator) {
   invalidateAll();
-  m_linkPositionStates.resize(manipulator.jointDof());
-  m_pendingFrames.reserve(manipulator.jointDof());
+  const std::size_t count = manipulator.jointDof();
+  m_linkPositionStates.resize(count);
+  m_jointPlans.resize(count);
+  for (std::size_t i = 0; i < count; ++i) {
+    const KtLinkKinematics& joint = manipulator.link(i).kinematics();
+    const auto* row = dynamic_cast<const KtDenavitHartenberg*>(&joint);
+    KtJointPlan& plan = m_jointPlans[i];
+    plan = {&joint, nullptr, Kt::Vector(), Kt::Vector()};
+    if (row == nullptr || !row->isHalfAngleRow()) continue;
+    plan.halfAngleRow = row;
+    KtGeneralMotion unit;
+    row->getUnitFrameMotion(unit);
+    plan.unitLinear = unit.linear();
+    plan.unitAngular = unit.angular();
+  }
+  m_frameSweep.links.reserve(count);
+  m_frameSweep.halfAngles.resize(count);
+  m_frameSweep.sines.resize(count);
+  m_frameSweep.cosines.resize(count);
   m_model = &manipulator;
   m_revision = KtModelRevision::current();
 }

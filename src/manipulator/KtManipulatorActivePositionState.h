@@ -11,12 +11,31 @@
 
 class KtIndividualManipulator;
 
-// A link whose frames a query is about to compute: its record, and its joint transformation
-// and primary offset, which are computed first.
-struct KtPendingFrame {
-  KtLinkPositionState* record;
-  const Kt::coordinateSystemTransformation* jointTransform;
-  const Kt::coordinateSystemTransformation* primaryOffset;
+class KtDenavitHartenberg;
+class KtLinkKinematics;
+class KtManipulatorLink;
+
+// What the frame sweep and the Jacobian columns need of one link's joint, gathered once per
+// manipulator and model revision rather than looked up for every frame.
+struct KtJointPlan {
+  const KtLinkKinematics* kinematics = nullptr;
+  // The joint again when it is a rotational "paul" or "craig" row, whose transformation the
+  // sweep builds from sines and cosines of half joint values computed all together.
+  const KtDenavitHartenberg* halfAngleRow = nullptr;
+  // The joint frame's motion per unit joint rate, in its own axes, for a half-angle row (other
+  // joints are asked each time, which may report a bad type).
+  Kt::Vector unitLinear;
+  Kt::Vector unitAngular;
+};
+
+// Scratch room for the links whose frames one query computes, outward, and their half joint
+// values with sines and cosines; kept with the state so that it is allocated once per
+// manipulator rather than once per query.
+struct KtFrameSweep {
+  std::vector<const KtManipulatorLink*> links;
+  std::vector<KtReal> halfAngles;
+  std::vector<KtReal> sines;
+  std::vector<KtReal> cosines;
 };
 
 // The position state of one manipulator together with the frames of its links that have
@@ -61,9 +80,9 @@ class KtManipulatorActivePositionState
   // Counts the times that frames were dropped, so that records derived from the frames can
   // tell whether they are still current.
   std::uint64_t frameChanges() const { return m_frameChanges; }
-  // Scratch room for the links whose frames one query computes, kept here so that it is
-  // allocated once per manipulator rather than once per query.
-  std::vector<KtPendingFrame>& pendingFrames() { return m_pendingFrames; }
+  // The joint of link i as the frame sweep and the Jacobian columns use it.
+  const KtJointPlan& jointPlan(std::size_t index) const { return m_jointPlans[index]; }
+  KtFrameSweep& frameSweep() { return m_frameSweep; }
 
  protected:
   void registerComponents() override;
@@ -76,7 +95,8 @@ class KtManipulatorActivePositionState
   KtXmlVectorType<KtLinkPositionState> m_linkPositionStates;
   KtLinkPositionState m_basePositionState;
 
-  std::vector<KtPendingFrame> m_pendingFrames;
+  std::vector<KtJointPlan> m_jointPlans;
+  KtFrameSweep m_frameSweep;
   const KtIndividualManipulator* m_model = nullptr;
   std::uint64_t m_revision = 0;
   std::uint64_t m_frameChanges = 0;

@@ -1,5 +1,6 @@
 #include "manipulator/KtManipulatorLink.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <limits>
 
@@ -8,6 +9,7 @@
 #include "manipulator/KtIndividualManipulator.h"
 #include "manipulator/KtManipulatorActiveState.h"
 #include "manipulator/KtModelRevision.h"
+#include "math/SinCos.h"
 #include "xml/KtXmlNamespaces.h"
 
 namespace {
@@ -165,27 +167,56 @@ void KtManipulatorLink::copyPropertiesFrom(const KtManipulatorLink& source) {
   KtModelRevision::advance();
 }
 
-// The links on the way from this one to the nearest ancestor with a valid frame are done in
-// two passes: first their joint transformations, which do not depend on one another, so that
-// the processor overlaps their trigonometry; then the compositions, outward from that frame.
+// One sweep computes the frames of the links on the way from the nearest ancestor with a valid
+// frame out to this link, and on along the chain beyond it as long as each link has a single
+// child: on a serial arm the distal frames are nearly always asked next (the end effector, the
+// Jacobian), and computing them together costs far less than link by link. A branching link
+// ends the sweep, so that a query never computes the frames of another branch.
+//
+// The sines and cosines of all the half joint values come first, in one pass without branches
+// that the compiler vectorises; then the compositions follow, outward. A half-angle row turns
+// its parent's frame directly and only notes its joint value, so that its own transformation
+// is built only if someone asks for it.
 const KtLinkPositionState& KtManipulatorLink::locate(KtManipulatorActivePositionState& positions) const {
   KtLinkPositionState& record = positions.linkPositionState(static_cast<std::size_t>(m_linkIndex));
   if (record.isValid()) return record;
-  std::vector<KtPendingFrame>& path = positions.pendingFrames();
-  path.clear();
-  const KtManipulatorLink* link = this;
-  // Indices grow away from the base, so every ancestor of a link with a record has one too.
-  for (; link->m_linkIndex >= 0; link = link->m_parent) {
-    const auto index = static_cast<std::size_t>(link->m_linkIndex);
-    KtLinkPositionState& linkRecord = positions.linkPositionState(index);
-    if (linkRecord.isValid()) break;
-    const KtLinkKinematics& joint = link->kinematics();
-    path.push_back({&linkRecord, &joint.dhTransform(positions.jointPosition(index)), &joint.primaryFrame()});
+  KtFrameSweep& sweep = positions.frameSweep();
+  sweep.links.clear();
+  const KtManipulatorLink* ancestor = this;
+  // Indices grow away from the base, and a change drops the records of a range of indices to
+  // the end, so every ancestor of a valid record is valid and every descendant of an invalid
+  // one invalid.
+  for (; ancestor->m_linkIndex >= 0; ancestor = ancestor->m_parent) {
+    if (positions.linkPositionState(static_cast<std::size_t>(ancestor->m_linkIndex)).isValid()) break;
+    sweep.links.push_back(ancestor);
   }
-  const Kt::coordinateSystemTransformation* parentFrame = &link->locate(positions).dhFrame();
-  for (auto outward = path.rbegin(); outward != path.rend(); ++outward) {
-    outward->record->store(*parentFrame, *outward->jointTransform, *outward->primaryOffset);
-    parentFrame = &outward->record->dhFrame();
+  std::reverse(sweep.links.begin(), sweep.links.end());
+  for (const KtManipulatorLink* link = this; link->childCount() == 1;) {
+    link = &link->child(0);
+    sweep.links.push_back(link);
+  }
+
+  const std::size_t count = sweep.links.size();
+  for (std::size_t i = 0; i < count; ++i)
+    sweep.halfAngles[i] =
+        0.5 * positions.jointPosition(static_cast<std::size_t>(sweep.links[i]->m_linkIndex));
+  Kt::sinCosMany(sweep.halfAngles.data(), sweep.sines.data(), sweep.cosines.data(), count);
+
+  const Kt::coordinateSystemTransformation* parentFrame = &ancestor->locate(positions).dhFrame();
+  for (std::size_t i = 0; i < count; ++i) {
+    const auto index = static_cast<std::size_t>(sweep.links[i]->m_linkIndex);
+    const KtJointPlan& plan = positions.jointPlan(index);
+    const KtReal q = positions.jointPosition(index);
+    KtLinkPositionState& linkRecord = positions.linkPositionState(index);
+    const Kt::coordinateSystemTransformation& primaryOffset = plan.kinematics->primaryFrame();
+    if (plan.halfAngleRow != nullptr) {
+      plan.halfAngleRow->noteHalfAngles(q, sweep.sines[i], sweep.cosines[i]);
+      linkRecord.store(plan.halfAngleRow->composedOnto(*parentFrame, sweep.sines[i], sweep.cosines[i]),
+                       primaryOffset);
+    } else {
+      linkRecord.store(*parentFrame, plan.kinematics->dhTransform(q), primaryOffset);
+    }
+    parentFrame = &linkRecord.dhFrame();
   }
   return record;
 }

@@ -2,6 +2,7 @@
 
 #include <bit>
 #include <cmath>
+#include <cstddef>
 #include <cstdint>
 
 #include "foundation/Types.h"
@@ -26,13 +27,10 @@ inline KtReal selectIf(bool condition, KtReal ifTrue, KtReal ifFalse) {
 // k mod 4 swaps and negates them. No step branches on x except the fallback to the C library
 // for |x| beyond the range in which the reduction is exact (about 1.6 million), which
 // joint values never reach, and for infinities and NaN.
-inline void sinCos(KtReal x, KtReal& sine, KtReal& cosine) {
-  constexpr KtReal kReducibleBound = 1.0e6;
-  if (!(std::fabs(x) <= kReducibleBound)) {
-    sine = std::sin(x);
-    cosine = std::cos(x);
-    return;
-  }
+inline constexpr KtReal kSinCosReducibleBound = 1.0e6;
+
+// The branch-free part of sinCos below, for |x| <= kSinCosReducibleBound only.
+inline void sinCosReducible(KtReal x, KtReal& sine, KtReal& cosine) {
   constexpr KtReal kTwoOverPi = 0x1.45f306dc9c883p-1;
   constexpr KtReal kHalfPi1 = 0x1.921fb54400000p+0;   // 33 significant bits
   constexpr KtReal kHalfPi2 = 0x1.0b4611a600000p-34;  // the next 33 bits
@@ -71,6 +69,33 @@ inline void sinCos(KtReal x, KtReal& sine, KtReal& cosine) {
   const std::uint64_t cosineSign = ((quadrant + 1) & 2) << 62;
   sine = std::bit_cast<KtReal>(std::bit_cast<std::uint64_t>(selectIf(odd, cosineR, sineR)) ^ sineSign);
   cosine = std::bit_cast<KtReal>(std::bit_cast<std::uint64_t>(selectIf(odd, sineR, cosineR)) ^ cosineSign);
+}
+
+inline void sinCos(KtReal x, KtReal& sine, KtReal& cosine) {
+  if (!(std::fabs(x) <= kSinCosReducibleBound)) {
+    sine = std::sin(x);
+    cosine = std::cos(x);
+    return;
+  }
+  sinCosReducible(x, sine, cosine);
+}
+
+// sinCos of count arguments, with exactly the same results. All of them go through the
+// branch-free part, which the compiler vectorises, while the arguments outside the reducible
+// range are noted on the way (without a jump) and then done again by sinCos.
+inline void sinCosMany(const KtReal* x, KtReal* sine, KtReal* cosine, std::size_t count) {
+  std::uint64_t outside = 0;
+  for (std::size_t i = 0; i < count; ++i) {
+    // Non-negative doubles, NaN included, order like their bit patterns: the difference of the
+    // patterns has its top bit set exactly when |x| is beyond the bound or NaN.
+    outside |=
+        std::bit_cast<std::uint64_t>(kSinCosReducibleBound) - std::bit_cast<std::uint64_t>(std::fabs(x[i]));
+    sinCosReducible(x[i], sine[i], cosine[i]);
+  }
+  if ((outside >> 63) == 0) return;
+  for (std::size_t i = 0; i < count; ++i) {
+    if (!(std::fabs(x[i]) <= kSinCosReducibleBound)) sinCos(x[i], sine[i], cosine[i]);
+  }
 }
 
 }  // namespace Kt

@@ -114,8 +114,17 @@ TEST(KtForwardKinematicsTest, OnlyChangedJointsAreRecomputed) {
     return total;
   };
   std::vector<double> q = randomJoints(rng, 7);
+  // The joints' own transformations, which the frames do not need, come out as computed afresh.
+  const auto expectJointTransformsFresh = [&arm, &q] {
+    for (std::size_t i = 0; i < 7; ++i) {
+      Kt::coordinateSystemTransformation fresh;
+      arm->link(i).kinematics().calculateTransform(fresh, q[i]);
+      EXPECT_EQ(arm->link(i).kinematics().dhTransform(q[i]), fresh) << i;
+    }
+  };
   active.activePositionState().setJointPositions(q);
   arm->link(6).primaryFrameInSystem(active);
+  expectJointTransformsFresh();
   const std::uint64_t afterFirst = computations();
   arm->link(6).primaryFrameInSystem(active);
   arm->link(2).dhFrameInSystem(active);
@@ -127,6 +136,8 @@ TEST(KtForwardKinematicsTest, OnlyChangedJointsAreRecomputed) {
   EXPECT_TRUE(active.activePositionState().linkPositionStates()[2].isValid());
   EXPECT_FALSE(active.activePositionState().linkPositionStates()[3].isValid());
   arm->link(6).dhFrameInSystem(active);
+  EXPECT_EQ(computations(), afterFirst + 1);
+  expectJointTransformsFresh();
   EXPECT_EQ(computations(), afterFirst + 1);
 }
 
@@ -142,6 +153,29 @@ TEST(KtForwardKinematicsTest, SiblingsShareTheirParentsFrame) {
   const std::uint64_t parentComputations = arm->link(0).kinematics().transformComputations();
   arm->link(3).dhFrameInSystem(active);
   EXPECT_EQ(arm->link(0).kinematics().transformComputations(), parentComputations);
+}
+
+// A query carries on past the link asked as long as the chain does not branch: on the serial
+// arm asking link 2 brings every later link up to date as well, in the tree asking the root
+// (which has two children) computes the root alone.
+TEST(KtForwardKinematicsTest, QueriesRunOnAlongUnbranchedChains) {
+  TestRandom rng(28);
+  const auto serial = makeSerialArm(craigArmRows());
+  const auto tree = treeArm(rng);
+  const struct {
+    const KtIndividualManipulator& arm;
+    std::size_t asked;
+    std::vector<bool> valid;
+  } cases[] = {{*serial, 2, {true, true, true, true, true, true, true}},
+               {*tree, 0, {true, false, false, false}}};
+  for (const auto& c : cases) {
+    KtManipulatorActiveState active;
+    active.activePositionState().setJointPositions(randomJoints(rng, c.arm.jointDof()));
+    c.arm.link(c.asked).dhFrameInSystem(active);
+    const auto& records = active.activePositionState().linkPositionStates();
+    for (std::size_t i = 0; i < records.size(); ++i) EXPECT_EQ(records[i].isValid(), c.valid[i]) << i;
+    expectFramesFresh(c.arm, active);
+  }
 }
 
 TEST(KtForwardKinematicsTest, WarmQueriesDoNotAllocate) {

@@ -153,6 +153,30 @@ TEST(KtJointColumnsTest, LastLinkFrameColumnsAgreeWithKdl) {
   }
 }
 
+// write() reads the frames and unit motions its own way; every column it stores is bit for bit
+// the one that at() gives, on arms of every row type and at any link.
+TEST(KtJointColumnsTest, WrittenColumnsEqualSingleColumns) {
+  TestRandom rng(64);
+  for (const auto& arm : {sampleArm("craig_arm.xml"), sampleArm("paul_arm.xml"), mixedArm(rng, 10)}) {
+    const std::size_t n = arm->jointDof();
+    KtManipulatorActiveState active;
+    Kt::ReArray jacobian(6, n);
+    for (int c = 0; c < TestRandom::cases(); ++c) {
+      active.activePositionState().setJointPositions(randomJoints(rng, n));
+      const std::size_t index = static_cast<std::size_t>(rng.integer(0, static_cast<int>(n) - 1));
+      const Kt::Vector point = randomPose(rng).translation();
+      ASSERT_TRUE(KtJointColumns::write(*arm, active, index, point, KtJacobianRows::both, jacobian, 0));
+      for (const KtManipulatorLink* link = &arm->link(index); link->linkIndex() >= 0;
+           link = link->parentLink()) {
+        const auto j = static_cast<std::size_t>(link->linkIndex());
+        const KtJointColumn column = KtJointColumns::at(*link, active, point);
+        EXPECT_EQ(entries(jacobian, 0, j), column.linear) << j;
+        EXPECT_EQ(entries(jacobian, 3, j), column.angular) << j;
+      }
+    }
+  }
+}
+
 // A link index past the last link, or a block that does not fit the matrix, is reported and
 // changes nothing.
 TEST(KtJointColumnsTest, BadIndexOrShapeReportsAndWritesNothing) {
