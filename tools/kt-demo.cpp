@@ -1,6 +1,6 @@
 // Host-side demonstration: composes a few poses with the exported math and solves a small
 // linear system, then loads the 7-joint sample arm and prints its link frames for a fixed
-// joint vector and its modified D-H rows.
+// joint vector, its modified D-H rows and the Jacobian of a frame end effector on its flange.
 // Usage: kt-demo [data directory]   (default: the source tree's data directory)
 #include <cmath>
 #include <cstdio>
@@ -13,6 +13,7 @@
 #include "manipulator/KtStatedSystem.h"
 #include "math/ReArray.h"
 #include "math/coordinateSystemTransformation.h"
+#include "motion/endeffector/KtEndEffectorSet.h"
 #include "xml/KtXmlFile.h"
 
 namespace {
@@ -41,6 +42,38 @@ void printTranslationAndEuler(const char* name, const Kt::coordinateSystemTransf
               p.y(), p.z(), yaw / kDegree, pitch / kDegree, roll / kDegree);
 }
 
+// Loads the flange's end-effector set and prints the frame end effector's placement and its
+// 6 x 7 Jacobian (rows: flange velocity, then angular velocity, system axes) at the joints.
+int showFlangeJacobian(KtStatedSystem& stated, const std::vector<double>& joints) {
+  KtEndEffectorSet flange;
+  if (!ktReadObjectFromFile(flange, "craig_arm_flange_set.xml") || flange.size() != 1) {
+    std::printf("could not load craig_arm_flange_set.xml\n");
+    return 1;
+  }
+  KtPositionState position = stated.state().positionStates()[0];
+  position.setJointPositions(joints);
+  stated.setIndividualState(0, position);
+  const KtIndividualManipulator& arm = stated.system().manipulator(0);
+  KtManipulatorActiveState& active = *stated.activeState(0);
+  Kt::coordinateSystemTransformation placement;
+  if (!flange.endEffector(0).calculatePlacement(arm, active, placement)) return 1;
+  std::printf("\nflange frame end effector on %s:\n", flange.endEffector(0).linkIdentifier().c_str());
+  printTranslationAndEuler("placement", placement);
+  const Kt::ReArray& jacobian = flange.jacobian(arm, true, active);
+  static const char* const rowNames[6] = {"v_x", "v_y", "v_z", "w_x", "w_y", "w_z"};
+  std::printf("flange Jacobian (columns: joints 1 to %zu):\n", jacobian.columns());
+  for (std::size_t row = 0; row < jacobian.rows(); ++row) {
+    std::printf("  %s [", rowNames[row % 6]);
+    for (std::size_t column = 0; column < jacobian.columns(); ++column) {
+      // Entries that are zero up to rounding print as 0 rather than -0.
+      const double entry = jacobian[row][column];
+      std::printf(" %9.5f", std::abs(entry) < 5e-6 ? 0.0 : entry);
+    }
+    std::printf(" ]\n");
+  }
+  return 0;
+}
+
 // Loads the sample arm through the data-file finder and prints its frames and D-H rows.
 int showSampleArm(const std::string& dataDirectory) {
   KtFileUtil::setDataDirectories({dataDirectory});
@@ -64,7 +97,7 @@ int showSampleArm(const std::string& dataDirectory) {
     const KtDenavitHartenberg* dh = arm.link(i).denavitHartenberg();
     if (dh != nullptr) std::printf("  %zu  %9.5f  %9.5f  %9.5f\n", i + 1, dh->a(), dh->alpha(), dh->d());
   }
-  return 0;
+  return showFlangeJacobian(stated, joints);
 }
 
 }  // namespace
