@@ -32,22 +32,20 @@ void KtCenterOfMassEndEffector::insertJacobianComponent(const KtIndividualManipu
                                                         const KtEndEffectorRelativeLinkData& relative,
                                                         bool isFixedBase, KtManipulatorActiveState& state,
                                                         Kt::ReArray& jacobian) const {
-  const std::size_t joints = manipulator.jointDof();
-  if (!blockFits(jacobian, firstRow, 3, joints + (isFixedBase ? 0 : 6),
-                 "KtCenterOfMassEndEffector::insertJacobianComponent()"))
+  const char* operation = "KtCenterOfMassEndEffector::insertJacobianComponent()";
+  RowWalk walk;
+  if (!openRowWalk(manipulator, firstRow, relative, isFixedBase, jacobian,
+                   {operation, operation, nullptr, kBadReferenceLink}, walk))
     return;
   Kt::Vector center;
   const KtReal total = KtMassDistribution::centerOfMass(manipulator, state, center);
   if (!hasMass(manipulator, total, "insertJacobianComponent")) return;
-  const KtManipulatorLink* referenced = reference(manipulator, relative);
-  const bool isRelative = KtMassDistribution::isRelative(relative, referenced, "KtCenterOfMassEndEffector",
-                                                         "insertJacobianComponent");
-  const bool freeBase = !isFixedBase && !isRelative;
-  KtMassDistribution::clearBlock(jacobian, firstRow, 3, joints + (freeBase ? 6 : 0));
+  const bool freeBase = !isFixedBase && !walk.relative;
+  KtMassDistribution::clearBlock(jacobian, firstRow, 3, manipulator.jointDof() + (freeBase ? 6 : 0));
   KtMassDistribution::forEachBody(
       manipulator, state, [&](const KtManipulatorLink& link, const Kt::Vector& c) {
         const KtReal share = link.massProperties().mass() / total;
-        forEachColumn(manipulator, state, link, isRelative, referenced, freeBase, c,
+        forEachColumn(manipulator, state, link, walk.relative, walk.reference, freeBase, c,
                       [&](std::size_t column, const KtJointColumn& motion) {
                         for (std::size_t k = 0; k < 3; ++k)
                           jacobian[firstRow + k][column] += share * motion.linear[k];
@@ -60,15 +58,14 @@ void KtCenterOfMassEndEffector::insertSparsityComponent(const KtIndividualManipu
                                                         const KtEndEffectorRelativeLinkData& relative,
                                                         bool isFixedBase, KtManipulatorActiveState& state,
                                                         Kt::ReArray& sparsity) const {
-  if (!blockFits(sparsity, firstRow, 3, manipulator.jointDof() + (isFixedBase ? 0 : 6),
-                 "KtCenterOfMassEndEffector::insertSparsityComponent()"))
+  const char* operation = "KtCenterOfMassEndEffector::insertSparsityComponent()";
+  RowWalk walk;
+  if (!openRowWalk(manipulator, firstRow, relative, isFixedBase, sparsity,
+                   {operation, operation, nullptr, kBadReferenceLink}, walk))
     return;
-  const KtManipulatorLink* referenced = reference(manipulator, relative);
-  const bool isRelative = KtMassDistribution::isRelative(relative, referenced, "KtCenterOfMassEndEffector",
-                                                         "insertSparsityComponent");
   KtMassDistribution::forEachBody(
       manipulator, state, [&](const KtManipulatorLink& link, const Kt::Vector& c) {
-        forEachColumn(manipulator, state, link, isRelative, referenced, !isFixedBase, c,
+        forEachColumn(manipulator, state, link, walk.relative, walk.reference, !isFixedBase, c,
                       [&](std::size_t column, const KtJointColumn&) {
                         for (std::size_t k = 0; k < 3; ++k) sparsity[firstRow + k][column] = 1.0;
                       });
@@ -104,11 +101,10 @@ bool KtCenterOfMassEndEffector::calculatePlacement(const KtIndividualManipulator
 bool KtCenterOfMassEndEffector::centerOfMassMotion(const KtIndividualManipulator& manipulator,
                                                    KtManipulatorActiveState& state, const char* operation,
                                                    Kt::Vector& velocity, Kt::Vector& acceleration) const {
-  const KtManipulatorLink* referenced = reference(manipulator, relativeLinkData());
-  if (KtMassDistribution::isRelative(relativeLinkData(), referenced, "KtCenterOfMassEndEffector",
-                                     operation) &&
-      referenced == nullptr)
-    return false;
+  const KtManipulatorLink* referenced =
+      resolvedReference(manipulator, relativeLinkData(), operation,
+                        "KtCenterOfMassEndEffector::%s(): bad index on relative link: %d.\n");
+  if (relativeLinkData().isRelativeLink() && referenced == nullptr) return false;
   if (KtMassDistribution::centerOfMassMotion(manipulator, state, referenced, velocity, acceleration))
     return true;
   return hasMass(manipulator, 0.0, operation);  // reports the missing mass

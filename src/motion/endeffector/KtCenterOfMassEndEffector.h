@@ -57,11 +57,6 @@ class KtCenterOfMassEndEffector : public KtXmlCloneable<KtCenterOfMassEndEffecto
                                   Kt::coordinateSystemTransformation& placement) const override;
 
  private:
-  // The reference link when `data` makes the rows relative (null when its label is bad).
-  const KtManipulatorLink* reference(const KtIndividualManipulator& manipulator,
-                                     const KtEndEffectorRelativeLinkData& data) const {
-    return data.isRelativeLink() ? referenceLink(manipulator, data) : nullptr;
-  }
   // Whether the total mass is positive; prints the operation's no-mass message otherwise.
   static bool hasMass(const KtIndividualManipulator& manipulator, KtReal mass, const char* operation);
   // Shared by the two motion queries: the centre of mass's motion, relative when asked.

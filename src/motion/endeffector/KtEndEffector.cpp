@@ -130,6 +130,34 @@ bool KtEndEffector::blockFits(const Kt::ReArray& matrix, std::size_t firstRow, s
   return false;
 }
 
+bool KtEndEffector::openRowWalk(const KtIndividualManipulator& manipulator, std::size_t firstRow,
+                                const KtEndEffectorRelativeLinkData& relative, bool isFixedBase,
+                                const Kt::ReArray& matrix, const RowWalkTexts& texts, RowWalk& walk) const {
+  const std::size_t columns = manipulator.jointDof() + (isFixedBase ? 0 : 6);
+  if (!blockFits(matrix, firstRow, rowCount(), columns, texts.operation)) return false;
+  walk.link = nullptr;
+  if (texts.badLabel != nullptr) {
+    walk.link = carryingLink(manipulator);
+    if (walk.link == nullptr) {
+      ktPrint(KtSeverity::Error, texts.badLabel, texts.labelOperation, linkIdentifier().c_str());
+      return false;
+    }
+  }
+  walk.relative = relative.isRelativeLink();
+  walk.reference = resolvedReference(manipulator, relative, texts.labelOperation, texts.badReference);
+  return true;
+}
+
+const KtManipulatorLink* KtEndEffector::resolvedReference(const KtIndividualManipulator& manipulator,
+                                                          const KtEndEffectorRelativeLinkData& relative,
+                                                          const char* operation,
+                                                          const char* badReference) const {
+  if (!relative.isRelativeLink()) return nullptr;
+  const KtManipulatorLink* reference = referenceLink(manipulator, relative);
+  if (reference == nullptr) ktPrint(KtSeverity::Error, badReference, operation, KtManipulatorLink::kNoIndex);
+  return reference;
+}
+
 bool KtEndEffector::setEditingValue(const std::string& label, const std::string& value) {
   KtEditingValues values = editingValues();
   for (auto& [name, text] : values) {

@@ -179,6 +179,43 @@ class KtEndEffector : public KtXmlCompoundType {
   static bool blockFits(const Kt::ReArray& matrix, std::size_t firstRow, std::size_t rowCount,
                         std::size_t columnCount, const char* operation);
 
+  // Message formats of the row walks; the first argument is the operation's name, the second
+  // the bad label or the reference's index.
+  static constexpr const char* kBadPointLabel = "%s: bad label on point end effector: %s.\n";
+  static constexpr const char* kBadFrameLabel = "%s: bad label on frame end effector: %s.\n";
+  static constexpr const char* kBadReferenceLink = "%s: bad index on relative link: %d.\n";
+  static constexpr const char* kBadReferencePLink = "%s: bad index on relative pLink: %d.\n";
+
+  // What the opening of a row walk prints: `operation` names the block-size message, and the
+  // formats `badLabel` and `badReference` are printed with `labelOperation`. A null `badLabel`
+  // marks rows that hang on no single link; the carrying label is then not looked at.
+  struct RowWalkTexts {
+    const char* operation;
+    const char* labelOperation;
+    const char* badLabel;
+    const char* badReference;
+  };
+  // The links a row walk visits the columns of: the carrying link (null for rows on no single
+  // link) and, while the rows are relative, the reference (null when its label is bad: the own
+  // chains are then still walked, without base columns).
+  struct RowWalk {
+    const KtManipulatorLink* link = nullptr;
+    bool relative = false;
+    const KtManipulatorLink* reference = nullptr;
+  };
+  // Opens a walk over rows firstRow.. of `matrix`: checks that rowCount() rows and the
+  // manipulator's columns (six more for a free base) fit, then resolves the carrying link and
+  // the reference. False, with the message, when the block does not fit or the carrying label
+  // is bad, so that the caller writes nothing.
+  bool openRowWalk(const KtIndividualManipulator& manipulator, std::size_t firstRow,
+                   const KtEndEffectorRelativeLinkData& relative, bool isFixedBase, const Kt::ReArray& matrix,
+                   const RowWalkTexts& texts, RowWalk& walk) const;
+  // The reference link while `relative` asks for one, else null; a label that names no link
+  // prints `badReference` with `operation` and the index -1, and gives null.
+  const KtManipulatorLink* resolvedReference(const KtIndividualManipulator& manipulator,
+                                             const KtEndEffectorRelativeLinkData& relative,
+                                             const char* operation, const char* badReference) const;
+
   // Text forms of editing values: reals in shortest round-trip form, flags as "1" or "0".
   static std::string editingText(KtReal value);
   static std::string editingText(bool value);

@@ -10,6 +10,14 @@
 // set, the end effector's placement is given in the reference link's frame and its velocity and
 // Jacobian rows are those relative to a point rigidly fixed to the reference link (system
 // axes); no free-base columns are written, since a base motion moves both links alike.
+//
+// The two halves of a relative end effector therefore use different axes. Its motion filter
+// works on placements in the reference link's frame, so the commanded velocity it gives is in
+// the reference link's axes, while its Jacobian rows and calculateVelocity are in system axes.
+// Whoever stacks commanded velocities against the rows turns each such filter output by the
+// reference link's orientation (in system axes) first. Rows that a class gives in its own
+// end-effector frame need no turn: the filter already takes its output into the axes of the
+// actual placement, which is that same frame.
 class KtEndEffectorRelativeLinkData
     : public KtXmlCloneable<KtEndEffectorRelativeLinkData, KtXmlCompoundType> {
  public:

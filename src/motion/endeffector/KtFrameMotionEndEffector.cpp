@@ -41,22 +41,11 @@ template <typename Store>
 void KtFrameMotionEndEffector::walkRows(const KtIndividualManipulator& manipulator, std::size_t firstRow,
                                         const KtEndEffectorRelativeLinkData& relative, bool isFixedBase,
                                         KtManipulatorActiveState& state, const Kt::ReArray& matrix,
-                                        const char* operation, const char* badLabel, const char* badReference,
-                                        Store&& store) const {
-  const std::size_t columns = manipulator.jointDof() + (isFixedBase ? 0 : 6);
-  if (!blockFits(matrix, firstRow, rowCount(), columns, operation)) return;
-  const KtManipulatorLink* link = carryingLink(manipulator);
-  if (link == nullptr) {
-    ktPrint(KtSeverity::Error, badLabel, linkIdentifier().c_str());
-    return;
-  }
-  const KtManipulatorLink* reference = nullptr;
-  if (relative.isRelativeLink()) {
-    reference = referenceLink(manipulator, relative);
-    if (reference == nullptr) ktPrint(KtSeverity::Error, badReference, KtManipulatorLink::kNoIndex);
-  }
-  const Kt::coordinateSystemTransformation frame = link->primaryFrameInSystem(state) * linkOffset();
-  forEachColumn(manipulator, state, *link, relative.isRelativeLink(), reference, !isFixedBase,
+                                        const RowWalkTexts& texts, Store&& store) const {
+  RowWalk walk;
+  if (!openRowWalk(manipulator, firstRow, relative, isFixedBase, matrix, texts, walk)) return;
+  const Kt::coordinateSystemTransformation frame = walk.link->primaryFrameInSystem(state) * linkOffset();
+  forEachColumn(manipulator, state, *walk.link, walk.relative, walk.reference, !isFixedBase,
                 frame * rowPoint(), [&](std::size_t column, const KtJointColumn& motion) {
                   const std::array<KtReal, 6> rows =
                       selectedComponents(frame.orientation(), motion.linear, motion.angular);
@@ -69,9 +58,9 @@ void KtFrameMotionEndEffector::insertJacobianComponent(const KtIndividualManipul
                                                        const KtEndEffectorRelativeLinkData& relative,
                                                        bool isFixedBase, KtManipulatorActiveState& state,
                                                        Kt::ReArray& jacobian) const {
-  walkRows(manipulator, firstRow, relative, isFixedBase, state, jacobian, layout().jacobianOperation,
-           "KtFrameEndEffector::insertJacobianComponent(): bad label on frame end effector: %s.\n",
-           "KtFrameEndEffector::insertJacobianComponent(): bad index on relative link: %d.\n",
+  const RowWalkTexts texts{layout().jacobianOperation, "KtFrameEndEffector::insertJacobianComponent()",
+                           kBadFrameLabel, kBadReferenceLink};
+  walkRows(manipulator, firstRow, relative, isFixedBase, state, jacobian, texts,
            [&](std::size_t row, std::size_t column, KtReal value) { jacobian[row][column] = value; });
 }
 
@@ -80,9 +69,9 @@ void KtFrameMotionEndEffector::insertSparsityComponent(const KtIndividualManipul
                                                        const KtEndEffectorRelativeLinkData& relative,
                                                        bool isFixedBase, KtManipulatorActiveState& state,
                                                        Kt::ReArray& sparsity) const {
-  walkRows(manipulator, firstRow, relative, isFixedBase, state, sparsity, layout().sparsityOperation,
-           "KtPointEndEffector::insertSparsityComponent(): bad label on point end effector: %s.\n",
-           "KtPointEndEffector::insertSparsityComponent(): bad index on relative pLink: %d.\n",
+  const RowWalkTexts texts{layout().sparsityOperation, "KtPointEndEffector::insertSparsityComponent()",
+                           kBadPointLabel, kBadReferencePLink};
+  walkRows(manipulator, firstRow, relative, isFixedBase, state, sparsity, texts,
            [&](std::size_t row, std::size_t column, KtReal) { sparsity[row][column] = 1.0; });
 }
 

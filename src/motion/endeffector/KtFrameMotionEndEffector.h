@@ -114,12 +114,12 @@ class KtFrameMotionEndEffector : public KtEndEffector {
 
  private:
   // Calls store(row, column, value) for every entry the rows of this end effector give, after
-  // checking the block and the labels (with the texts given).
+  // opening the row walk with the texts given.
   template <typename Store>
   void walkRows(const KtIndividualManipulator& manipulator, std::size_t firstRow,
                 const KtEndEffectorRelativeLinkData& relative, bool isFixedBase,
-                KtManipulatorActiveState& state, const Kt::ReArray& matrix, const char* operation,
-                const char* badLabel, const char* badReference, Store&& store) const;
+                KtManipulatorActiveState& state, const Kt::ReArray& matrix, const RowWalkTexts& texts,
+                Store&& store) const;
   // The rows' entries of a motion given at the rows' point (system axes).
   std::array<KtReal, 6> selectedComponents(const Kt::Orientation& frame, const Kt::Vector& linear,
                                            const Kt::Vector& angular) const;

@@ -19,7 +19,7 @@ bool KtLinkPointEndEffector::systemPoint(const KtIndividualManipulator& manipula
                                          KtManipulatorActiveState& state, Kt::Vector& point) const {
   const KtManipulatorLink* link = carryingLink(manipulator);
   if (link == nullptr) {
-    printBadLabel(m_operations->absolutePlacement);
+    ktPrint(KtSeverity::Error, kBadPointLabel, m_operations->absolutePlacement, linkIdentifier().c_str());
     return false;
   }
   point = link->primaryFrameInSystem(state) * m_point.value();
@@ -41,21 +41,9 @@ bool KtLinkPointEndEffector::calculatePlacement(const KtIndividualManipulator& m
   Kt::coordinateSystemTransformation absolute;
   if (!calculateAbsolutePlacement(manipulator, state, absolute)) return false;
   if (!makeRelative(manipulator, state, absolute)) {
-    printBadReference(m_operations->placement, false, manipulator, relativeLinkData());
+    ktPrint(KtSeverity::Error, kBadReferenceLink, m_operations->placement, KtManipulatorLink::kNoIndex);
     return false;
   }
   placement = absolute;
   return true;
-}
-
-void KtLinkPointEndEffector::printBadLabel(const char* operation) const {
-  ktPrint(KtSeverity::Error, "%s: bad label on point end effector: %s.\n", operation,
-          linkIdentifier().c_str());
-}
-
-void KtLinkPointEndEffector::printBadReference(const char* operation, bool sparsity,
-                                               const KtIndividualManipulator& manipulator,
-                                               const KtEndEffectorRelativeLinkData& relative) {
-  ktPrint(KtSeverity::Error, "%s: bad index on relative %s: %d.\n", operation, sparsity ? "pLink" : "link",
-          manipulator.linkIndexOf(relative.relativeLinkId()));
 }

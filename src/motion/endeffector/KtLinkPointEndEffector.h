@@ -50,39 +50,26 @@ class KtLinkPointEndEffector : public KtEndEffector {
   bool calculateAbsolutePlacement(const KtIndividualManipulator& manipulator, KtManipulatorActiveState& state,
                                   Kt::coordinateSystemTransformation& placement) const override;
 
-  // Checks that rowCount() rows and the column count fit `matrix`, resolves the links (printing
-  // the bad-label and bad-relative-link messages of the Jacobian or, with `sparsity`, of the
-  // sparsity operation) and calls store(column, linear) with the linear velocity column (system
-  // axes) of every Jacobian column the point depends on. A bad carrying label stores nothing; a
-  // bad reference label still stores the own chain, without base columns.
+  // Opens the row walk (with the messages of the Jacobian or, with `sparsity`, of the sparsity
+  // operation) and calls store(column, linear) with the linear velocity column (system axes) of
+  // every Jacobian column the point depends on. A bad carrying label stores nothing; a bad
+  // reference label still stores the own chain, without base columns.
   template <typename Store>
   void forEachPointColumn(bool sparsity, const KtIndividualManipulator& manipulator, std::size_t firstRow,
                           const KtEndEffectorRelativeLinkData& relative, bool isFixedBase,
                           KtManipulatorActiveState& state, const Kt::ReArray& matrix, Store&& store) const {
     const char* operation = sparsity ? m_operations->sparsity : m_operations->jacobian;
-    const std::size_t columns = manipulator.jointDof() + (isFixedBase ? 0 : 6);
-    if (!blockFits(matrix, firstRow, rowCount(), columns, operation)) return;
-    const KtManipulatorLink* link = carryingLink(manipulator);
-    if (link == nullptr) {
-      printBadLabel(operation);
-      return;
-    }
-    const KtManipulatorLink* reference = nullptr;
-    if (relative.isRelativeLink()) {
-      reference = referenceLink(manipulator, relative);
-      if (reference == nullptr) printBadReference(operation, sparsity, manipulator, relative);
-    }
-    const Kt::Vector p = link->primaryFrameInSystem(state) * m_point.value();
+    const RowWalkTexts texts{operation, operation, kBadPointLabel,
+                             sparsity ? kBadReferencePLink : kBadReferenceLink};
+    RowWalk walk;
+    if (!openRowWalk(manipulator, firstRow, relative, isFixedBase, matrix, texts, walk)) return;
+    const Kt::Vector p = walk.link->primaryFrameInSystem(state) * m_point.value();
     forEachColumn(
-        manipulator, state, *link, relative.isRelativeLink(), reference, !isFixedBase, p,
+        manipulator, state, *walk.link, walk.relative, walk.reference, !isFixedBase, p,
         [&store](std::size_t column, const KtJointColumn& motion) { store(column, motion.linear); });
   }
 
  private:
-  void printBadLabel(const char* operation) const;
-  static void printBadReference(const char* operation, bool sparsity,
-                                const KtIndividualManipulator& manipulator,
-                                const KtEndEffectorRelativeLinkData& relative);
   const KtLinkPointOperations* m_operations;
   KtXmlDefaulted<KtXmlVector> m_point;
   KtPointMotionFilter m_pointMotionFilter;

@@ -1,7 +1,5 @@
 #include "motion/endeffector/KtMassDistribution.h"
 
-#include "foundation/Print.h"
-
 KtReal KtMassDistribution::centerOfMass(const KtIndividualManipulator& manipulator,
                                         KtManipulatorActiveState& state, Kt::Vector& center) {
   KtReal total = 0.0;
@@ -45,16 +43,5 @@ bool KtMassDistribution::centerOfMassMotion(const KtIndividualManipulator& manip
   velocity -= frameVelocity.linear() + w.cross(r);
   acceleration -= frame.orientation() * localAcceleration.linear() +
                   (frame.orientation() * localAcceleration.angular()).cross(r) + w.cross(w.cross(r));
-  return true;
-}
-
-bool KtMassDistribution::isRelative(const KtEndEffectorRelativeLinkData& data,
-                                    const KtManipulatorLink* resolved, const char* className,
-                                    const char* operation) {
-  if (!data.isRelativeLink()) return false;
-  if (resolved == nullptr) {
-    ktPrint(KtSeverity::Error, "%s::%s(): bad index on relative link: %d.\n", className, operation,
-            KtManipulatorLink::kNoIndex);
-  }
   return true;
 }

@@ -5,7 +5,6 @@
 #include "manipulator/KtIndividualManipulator.h"
 #include "manipulator/KtManipulatorActiveState.h"
 #include "math/ReArray.h"
-#include "motion/endeffector/KtEndEffectorRelativeLinkData.h"
 
 // A manipulator seen as the bodies that carry its mass: its base and each of its links that
 // has mass. The centre-of-mass and momentum end effectors build on it.
@@ -35,12 +34,6 @@ class KtMassDistribution {
   static bool centerOfMassMotion(const KtIndividualManipulator& manipulator, KtManipulatorActiveState& state,
                                  const KtManipulatorLink* reference, Kt::Vector& velocity,
                                  Kt::Vector& acceleration);
-
-  // Whether rows are to be taken relative to a reference link: as the relative-link data says;
-  // when it names no link (`resolved` null) prints "<className>::<operation>(): bad index on
-  // relative link: -1." and the own chains are still written.
-  static bool isRelative(const KtEndEffectorRelativeLinkData& data, const KtManipulatorLink* resolved,
-                         const char* className, const char* operation);
 
   // Sets rows firstRow..firstRow+rowCount-1 of `matrix` to zero in columns 0..columnCount-1.
   static void clearBlock(Kt::ReArray& matrix, std::size_t firstRow, std::size_t rowCount,

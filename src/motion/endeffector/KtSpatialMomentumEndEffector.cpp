@@ -27,15 +27,13 @@ void KtSpatialMomentumEndEffector::insertJacobianComponent(const KtIndividualMan
                                                            const KtEndEffectorRelativeLinkData& relative,
                                                            bool isFixedBase, KtManipulatorActiveState& state,
                                                            Kt::ReArray& jacobian) const {
-  const std::size_t joints = manipulator.jointDof(), rows = rowCount();
-  if (!blockFits(jacobian, firstRow, rows, joints + (isFixedBase ? 0 : 6),
-                 "KtSpatialMomentumEndEffector::insertJacobianComponent()"))
+  const char* operation = "KtSpatialMomentumEndEffector::insertJacobianComponent()";
+  RowWalk walk;
+  if (!openRowWalk(manipulator, firstRow, relative, isFixedBase, jacobian,
+                   {operation, operation, nullptr, kBadReferenceLink}, walk))
     return;
-  const KtManipulatorLink* referenced = reference(manipulator, relative);
-  const bool isRelative = KtMassDistribution::isRelative(relative, referenced, "KtSpatialMomentumEndEffector",
-                                                         "insertJacobianComponent");
-  const bool freeBase = !isFixedBase && !isRelative;
-  KtMassDistribution::clearBlock(jacobian, firstRow, rows, joints + (freeBase ? 6 : 0));
+  const bool freeBase = !isFixedBase && !walk.relative;
+  KtMassDistribution::clearBlock(jacobian, firstRow, rowCount(), manipulator.jointDof() + (freeBase ? 6 : 0));
   Kt::Vector center;
   KtMassDistribution::centerOfMass(manipulator, state, center);
   const bool angularRows = m_includeAngular;
@@ -46,7 +44,7 @@ void KtSpatialMomentumEndEffector::insertJacobianComponent(const KtIndividualMan
         const Kt::Orientation& axes = link.primaryFrameInSystem(state).orientation();
         const Kt::Orientation toBody = axes.inverse();
         const Kt::Vector arm = c - center;
-        forEachColumn(manipulator, state, link, isRelative, referenced, freeBase, c,
+        forEachColumn(manipulator, state, link, walk.relative, walk.reference, freeBase, c,
                       [&](std::size_t column, const KtJointColumn& motion) {
                         const Kt::Vector momentum = motion.linear * mass;
                         for (std::size_t k = 0; k < 3; ++k) jacobian[firstRow + k][column] += momentum[k];
@@ -63,16 +61,15 @@ void KtSpatialMomentumEndEffector::insertSparsityComponent(const KtIndividualMan
                                                            const KtEndEffectorRelativeLinkData& relative,
                                                            bool isFixedBase, KtManipulatorActiveState& state,
                                                            Kt::ReArray& sparsity) const {
-  const std::size_t rows = rowCount();
-  if (!blockFits(sparsity, firstRow, rows, manipulator.jointDof() + (isFixedBase ? 0 : 6),
-                 "KtSpatialMomentumEndEffector::insertSparsityComponent()"))
+  const char* operation = "KtSpatialMomentumEndEffector::insertSparsityComponent()";
+  RowWalk walk;
+  if (!openRowWalk(manipulator, firstRow, relative, isFixedBase, sparsity,
+                   {operation, operation, nullptr, kBadReferenceLink}, walk))
     return;
-  const KtManipulatorLink* referenced = reference(manipulator, relative);
-  const bool isRelative = KtMassDistribution::isRelative(relative, referenced, "KtSpatialMomentumEndEffector",
-                                                         "insertSparsityComponent");
+  const std::size_t rows = rowCount();
   KtMassDistribution::forEachBody(
       manipulator, state, [&](const KtManipulatorLink& link, const Kt::Vector& c) {
-        forEachColumn(manipulator, state, link, isRelative, referenced, !isFixedBase, c,
+        forEachColumn(manipulator, state, link, walk.relative, walk.reference, !isFixedBase, c,
                       [&](std::size_t column, const KtJointColumn&) {
                         for (std::size_t k = 0; k < rows; ++k) sparsity[firstRow + k][column] = 1.0;
                       });
@@ -106,11 +103,10 @@ bool KtSpatialMomentumEndEffector::calculatePlacement(const KtIndividualManipula
 bool KtSpatialMomentumEndEffector::centerMotion(const KtIndividualManipulator& manipulator,
                                                 KtManipulatorActiveState& state, const char* operation,
                                                 Kt::Vector& velocity, Kt::Vector& acceleration) const {
-  const KtManipulatorLink* referenced = reference(manipulator, relativeLinkData());
-  if (KtMassDistribution::isRelative(relativeLinkData(), referenced, "KtSpatialMomentumEndEffector",
-                                     operation) &&
-      referenced == nullptr)
-    return false;
+  const KtManipulatorLink* referenced =
+      resolvedReference(manipulator, relativeLinkData(), operation,
+                        "KtSpatialMomentumEndEffector::%s(): bad index on relative link: %d.\n");
+  if (relativeLinkData().isRelativeLink() && referenced == nullptr) return false;
   if (!KtMassDistribution::centerOfMassMotion(manipulator, state, referenced, velocity, acceleration)) {
     velocity = Kt::Vector();  // the placement stays at the system origin
     acceleration = Kt::Vector();

@@ -69,11 +69,6 @@ class KtSpatialMomentumEndEffector : public KtXmlCloneable<KtSpatialMomentumEndE
                                   Kt::coordinateSystemTransformation& placement) const override;
 
  private:
-  // The reference link when `data` makes the rows relative (null when its label is bad).
-  const KtManipulatorLink* reference(const KtIndividualManipulator& manipulator,
-                                     const KtEndEffectorRelativeLinkData& data) const {
-    return data.isRelativeLink() ? referenceLink(manipulator, data) : nullptr;
-  }
   // The motion of the placement's origin; zero without mass.
   bool centerMotion(const KtIndividualManipulator& manipulator, KtManipulatorActiveState& state,
                     const char* operation, Kt::Vector& velocity, Kt::Vector& acceleration) const;
