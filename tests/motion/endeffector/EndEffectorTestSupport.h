@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <memory>
 #include <string>
+#include <typeinfo>
 #include <vector>
 
 #include "manipulator/KtStatedSystem.h"
@@ -62,6 +63,12 @@ inline KtStatedSystem massiveSample(const char* name, TestRandom& rng, bool free
   if (freeBase) rates.generalVelocity() = KtGeneralMotion(vector(), vector());
   stated.setIndividualState(0, rates);
   return stated;
+}
+
+// The class name of an object, for messages and traces.
+inline std::string className(const KtXmlObject& object) {
+  const std::string mangled = typeid(object).name();
+  return mangled.substr(mangled.find("Kt"));
 }
 
 // A matrix with every entry `value`, to see which entries a call writes.

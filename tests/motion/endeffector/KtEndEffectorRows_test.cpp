@@ -129,7 +129,7 @@ TEST(KtEndEffectorRowsTest, RowsAreRatesOfTheOwnPlacementAndSparsityCoversThem) 
         const KtEndEffector& e = *s.endEffector;
         const KtEndEffectorRelativeLinkData& relative = e.relativeLinkData();
         SCOPED_TRACE(testing::Message()
-                     << typeid(e).name() << " " << arm << " case " << c << (freeBase ? " free" : " fixed")
+                     << className(e) << " " << arm << " case " << c << (freeBase ? " free" : " fixed")
                      << (relative.isRelativeLink() ? " relative" : ""));
         const Kt::ReArray rates = placementRates(stated, e, freeBase, rowPoint(e));
         KtManipulatorActiveState& state = *stated.activeState(0);
@@ -197,41 +197,32 @@ TEST(KtEndEffectorRowsTest, FailuresAreReportedExactlyAndWriteOnlyWhatTheyMay) {
   KtEndEffectorRelativeLinkData absolute, missing;
   missing.setIsRelativeLink(true);
   missing.setRelativeLinkId("elsewhere");
-  // Class name, the names its row messages go under, and its placement messages.
-  struct Expectation {
-    std::string name, jacobian, sparsity, badLabel, badReference;
-  };
-  std::vector<std::pair<std::unique_ptr<KtEndEffector>, Expectation>> classes;
-  for (const Member& member : members())
-    classes.emplace_back(member.make(),
-                         Expectation{member.className, "KtFrameEndEffector", "KtPointEndEffector",
-                                     "KtFrameEndEffector::calculateFramePlacement(): bad label on frame end "
-                                     "effector: nowhere.\n",
-                                     "KtFrameEndEffector::calculatePlacement(): bad label on relative link: "
-                                     "elsewhere.\n"});
-  for (const char* name : {"KtPointEndEffector", "KtXyEndEffector"}) {
-    std::unique_ptr<KtEndEffector> e;
-    if (name == std::string("KtPointEndEffector"))
-      e = std::make_unique<KtPointEndEffector>();
-    else
-      e = std::make_unique<KtXyEndEffector>();
-    const std::string placement = std::string(name) + (e->rowCount() == 3 ? "::calculatePointPlacement()"
-                                                                          : "::calculate2DPointPlacement()");
-    classes.emplace_back(
-        std::move(e),
-        Expectation{name, name, name, placement + ": bad label on point end effector: nowhere.\n",
-                    std::string(name) + "::calculatePlacement(): bad index on "
-                                        "relative link: -1.\n"});
-  }
-  for (auto& [good, names] : classes) {
-    SCOPED_TRACE(names.name);
+  std::vector<std::unique_ptr<KtEndEffector>> classes;
+  for (const Member& member : members()) classes.push_back(member.make());
+  classes.push_back(std::make_unique<KtPointEndEffector>());
+  classes.push_back(std::make_unique<KtXyEndEffector>());
+  for (const auto& good : classes) {
+    const std::string name = className(*good);
+    SCOPED_TRACE(name);
+    // The frame-like classes report their rows and placements under shared names.
+    const bool frameLike = dynamic_cast<const KtFrameMotionEndEffector*>(good.get()) != nullptr;
+    const std::string jacobianName = frameLike ? "KtFrameEndEffector" : name,
+                      sparsityName = frameLike ? "KtPointEndEffector" : name,
+                      badLabel = frameLike ? "frame" : "point";
+    const std::string placementMessages[] = {
+        frameLike
+            ? "KtFrameEndEffector::calculateFramePlacement(): bad label on frame end effector: nowhere.\n"
+            : name +
+                  (good->rowCount() == 3 ? "::calculatePointPlacement()" : "::calculate2DPointPlacement()") +
+                  ": bad label on point end effector: nowhere.\n",
+        frameLike ? "KtFrameEndEffector::calculatePlacement(): bad label on relative link: elsewhere.\n"
+                  : name + "::calculatePlacement(): bad index on relative link: -1.\n"};
     const std::size_t rows = good->rowCount();
     const std::unique_ptr<KtXmlObject> copy = good->newInstance();
     auto& bad = static_cast<KtEndEffector&>(*copy);
     good->setLinkIdentifier("craigArmLink5");
     good->setRelativeLinkData(missing);
     bad.setLinkIdentifier("nowhere");
-    const std::string badLabel = names.jacobian == "KtFrameEndEffector" ? "frame" : "point";
     const std::string tooSmall = "(): rows 1 to " + std::to_string(rows) + " and 13 columns do not fit a " +
                                  std::to_string(rows) + " x 13 matrix.\n";
     const struct {
@@ -242,16 +233,16 @@ TEST(KtEndEffectorRowsTest, FailuresAreReportedExactlyAndWriteOnlyWhatTheyMay) {
       std::string message;
     } cases[] = {
         {bad, absolute, false, 0,
-         names.jacobian + "::insertJacobianComponent(): bad label on " + badLabel +
+         jacobianName + "::insertJacobianComponent(): bad label on " + badLabel +
              " end effector: nowhere.\n"},
         {bad, absolute, true, 0,
-         names.sparsity + "::insertSparsityComponent(): bad label on point end effector: nowhere.\n"},
-        {*good, absolute, false, 1, names.name + "::insertJacobianComponent" + tooSmall},
-        {*good, absolute, true, 1, names.name + "::insertSparsityComponent" + tooSmall},
+         sparsityName + "::insertSparsityComponent(): bad label on point end effector: nowhere.\n"},
+        {*good, absolute, false, 1, name + "::insertJacobianComponent" + tooSmall},
+        {*good, absolute, true, 1, name + "::insertSparsityComponent" + tooSmall},
         {*good, missing, false, 0,
-         names.jacobian + "::insertJacobianComponent(): bad index on relative link: -1.\n"},
+         jacobianName + "::insertJacobianComponent(): bad index on relative link: -1.\n"},
         {*good, missing, true, 0,
-         names.sparsity + "::insertSparsityComponent(): bad index on relative pLink: -1.\n"},
+         sparsityName + "::insertSparsityComponent(): bad index on relative pLink: -1.\n"},
     };
     for (const auto& c : cases) {
       const auto insert = [&](const KtEndEffectorRelativeLinkData& relative, bool fixedBase, Kt::ReArray& m) {
@@ -271,7 +262,7 @@ TEST(KtEndEffectorRowsTest, FailuresAreReportedExactlyAndWriteOnlyWhatTheyMay) {
     const Kt::coordinateSystemTransformation marker(Kt::Vector(1.0, 2.0, 3.0));
     Kt::coordinateSystemTransformation placement = marker;
     for (const auto& [endEffector, message] :
-         {std::pair{&bad, names.badLabel}, std::pair{good.get(), names.badReference}}) {
+         {std::pair{&bad, placementMessages[0]}, std::pair{good.get(), placementMessages[1]}}) {
       PrintCapture capture;
       EXPECT_FALSE(endEffector->calculatePlacement(manipulator, state, placement));
       EXPECT_EQ(capture.text(), message);

@@ -6,6 +6,7 @@
 
 #include "foundation/MathUtil.h"
 #include "motion/endeffector/EndEffectorTestSupport.h"
+#include "motion/endeffector/KtCenterOfMassEndEffector.h"
 #include "motion/endeffector/KtLinearConstraintEndEffector.h"
 #include "motion/endeffector/KtPointEndEffector.h"
 #include "motion/endeffector/KtXyEndEffector.h"
@@ -27,28 +28,35 @@ KtPointMotionFilter pointFilter(KtReal gain, KtReal threshold) {
 }  // namespace
 
 // The point filter's law through each class, the error along one direction of its rows: the
-// gain is capped at 1/dt, the correction clamped to the threshold exactly and the feed-forward
-// added after the clamp (an empty one counts as zero).
+// gain is capped at 1/dt once gain·dt reaches 1 (not at all for dt = 0), the correction clamped
+// to the threshold exactly and the feed-forward added after the clamp (an empty one counts as
+// zero).
 TEST(KtPointLikeEndEffectorTest, FiltersCapTheGainAndClampOnlyTheCorrection) {
   const struct {
     KtReal gain, threshold, dt, error, feedForward, expected;
   } cases[] = {
       {200, 1e9, 0.01, 0.5, 0.0, 50.0},    {200, 1e9, 0.001, 0.5, 0.0, 100.0},
+      {200, 1e9, 0.008, 0.5, 0.0, 62.5},   {200, 1e9, 0.005, 0.5, 0.0, 100.0},
+      {50, 1e9, 0.0, 0.5, 0.0, 25.0},      {1, 1e9, 10.0, 0.5, 0.0, 0.05},
       {50, 1e9, 0.01, -0.5, 0.5, -24.5},   {200, 1.0, 0.001, 0.5, 0.25, 1.25},
-      {200, 1.0, 0.001, -0.5, -3.0, -4.0},
+      {200, 1.0, 0.001, -0.5, -3.0, -4.0}, {200, 100.0, 0.001, 0.5, 0.25, 100.25},
+      {200, 0.0, 0.001, 0.5, 0.25, 0.25},
   };
   const Kt::Vector along(0.6, 0.0, -0.8);
   const std::array<KtReal, 2> planar = {0.8, 0.6};
   const Placement actual(Kt::Vector(1.0, -2.0, 0.5));
   for (const auto& c : cases) {
+    SCOPED_TRACE(testing::Message() << "gain " << c.gain << " dt " << c.dt << " threshold " << c.threshold);
     KtPointEndEffector point;
     KtXyEndEffector xy;
     KtLinearConstraintEndEffector sum;
+    KtCenterOfMassEndEffector com;
     point.setPointMotionFilter(pointFilter(c.gain, c.threshold));
     xy.setPointMotionFilter(pointFilter(c.gain, c.threshold));
     xy.setXyOrientation(kUprightPlane);
     sum.setGain(c.gain);
     sum.setMotionThreshold(c.threshold);
+    com.setMotionFilter(pointFilter(c.gain, c.threshold));
     // The desired point is off along the rows' direction, and off the plane (y) for the x-y one.
     const struct {
       const KtEndEffector& e;
@@ -56,7 +64,8 @@ TEST(KtPointLikeEndEffectorTest, FiltersCapTheGainAndClampOnlyTheCorrection) {
       std::vector<KtReal> unit;
     } classes[] = {{point, along * c.error, {along.x(), along.y(), along.z()}},
                    {xy, Kt::Vector(planar[0] * c.error, 5.0, planar[1] * c.error), {planar[0], planar[1]}},
-                   {sum, Kt::Vector(c.error, 3.0, 4.0), {1.0}}};
+                   {sum, Kt::Vector(c.error, 3.0, 4.0), {1.0}},
+                   {com, along * c.error, {along.x(), along.y(), along.z()}}};
     for (const auto& k : classes) {
       KtEndEffectorVelocityEntries feedForward, commanded;
       if (c.feedForward != 0.0)
