@@ -12,20 +12,27 @@
 #include "manipulator/KtStatedSystem.h"
 #include "manipulator/ManipulatorTestSupport.h"
 #include "math/ReArray.h"
+#include "motion/KtPointMotionFilter.h"
+#include "motion/endeffector/KtCenterOfMassEndEffector.h"
 #include "motion/endeffector/KtFrameEndEffector.h"
 #include "motion/endeffector/KtFreeSpinInZEndEffector.h"
+#include "motion/endeffector/KtLinearConstraintEndEffector.h"
 #include "motion/endeffector/KtLookAtEndEffector.h"
 #include "motion/endeffector/KtOrientationEndEffector.h"
 #include "motion/endeffector/KtPlanarEndEffector.h"
+#include "motion/endeffector/KtPointEndEffector.h"
 #include "motion/endeffector/KtSlideXSpinZEndEffector.h"
 #include "motion/endeffector/KtSlidingEndEffector.h"
+#include "motion/endeffector/KtSpatialMomentumEndEffector.h"
+#include "motion/endeffector/KtXyEndEffector.h"
 #include "support/TempFiles.h"
 #include "xml/KtXmlFile.h"
 #include "xml/KtXmlWriterDefaults.h"
 
 // What the end-effector tests share: sample systems at random states, the independent oracle
 // (central differences of an end effector's own placement over each joint value and each of the
-// six base motions), and the frame-like classes with what their rows are meant to hold.
+// six base motions), one end effector of every class, and what the frame-like classes' rows are
+// meant to hold.
 namespace endeffector_test {
 
 using manipulator_test::angularRate;
@@ -57,10 +64,8 @@ inline KtStatedSystem massiveSample(const char* name, TestRandom& rng, bool free
   arm.setFixedBase(!freeBase);
   KtVelocityState rates;
   rates.setJointVelocities(manipulator_test::randomJoints(rng, arm.jointDof(), 2.0));
-  const auto vector = [&rng] {
-    return Kt::Vector(rng.uniform(-1, 1), rng.uniform(-1, 1), rng.uniform(-1, 1));
-  };
-  if (freeBase) rates.generalVelocity() = KtGeneralMotion(vector(), vector());
+  if (freeBase)
+    rates.generalVelocity() = KtGeneralMotion(randomPose(rng).translation(), randomPose(rng).translation());
   stated.setIndividualState(0, rates);
   return stated;
 }
@@ -214,6 +219,70 @@ inline std::vector<double> selectedRows(const Member& member, const Kt::Orientat
   std::vector<double> rows;
   for (const std::size_t k : member.components) rows.push_back(k < 3 ? l[k] : a[k - 3]);
   return rows;
+}
+
+// One end effector of every concrete class, carried by `link` and measured against `reference`,
+// with every other field away from its default.
+inline std::vector<std::unique_ptr<KtEndEffector>> everyClass(TestRandom& rng, const std::string& link,
+                                                              const std::string& reference) {
+  std::vector<std::unique_ptr<KtEndEffector>> all;
+  for (const Member& member : members()) {
+    std::unique_ptr<KtFrameMotionEndEffector> e = member.make();
+    setOffset(*e, randomPose(rng));
+    KtGeneralMotionFilter filter;
+    filter.setThreshold(rng.uniform(0.1, 3.0));
+    filter.setLinearGain(rng.uniform(10.0, 50.0));
+    e->setMotionFilter(filter);
+    if (auto* frame = dynamic_cast<KtFrameEndEffector*>(e.get())) frame->setAngularErrorWeight(0.75);
+    if (auto* lookAt = dynamic_cast<KtLookAtEndEffector*>(e.get()))
+      lookAt->setFocusDistance(rng.uniform(0.2, 2.0));
+    all.push_back(std::move(e));
+  }
+  KtPointMotionFilter pointFilter;
+  pointFilter.setLinearGain(12.5);
+  pointFilter.setThreshold(0.25);
+  auto point = std::make_unique<KtPointEndEffector>();
+  auto xy = std::make_unique<KtXyEndEffector>();
+  xy->setXyOrientation(Kt::Orientation(0.5, 0.5, -0.5, 0.5));
+  for (KtLinkPointEndEffector* e :
+       {static_cast<KtLinkPointEndEffector*>(point.get()), static_cast<KtLinkPointEndEffector*>(xy.get())}) {
+    e->setPointMotionFilter(pointFilter);
+    e->setPoint(randomPose(rng, 0.3).translation());
+  }
+  auto sum = std::make_unique<KtLinearConstraintEndEffector>();
+  sum->setJointLabels({link, reference});
+  sum->setJointWeights({rng.uniform(-2, 2), rng.uniform(-2, 2)});
+  sum->setWeightedSum(2.0);
+  sum->setGain(12.0);
+  sum->setIsInteractive(true);
+  auto com = std::make_unique<KtCenterOfMassEndEffector>();
+  com->setMotionFilter(pointFilter);
+  auto momentum = std::make_unique<KtSpatialMomentumEndEffector>();
+  momentum->setDesiredLinearMomentum(Kt::Vector(1, 2, 3));
+  momentum->setDesiredAngularMomentum(Kt::Vector(4, 5, 6));
+  momentum->setIncludeAngular(true);
+  all.push_back(std::move(point));
+  all.push_back(std::move(xy));
+  all.push_back(std::move(sum));
+  all.push_back(std::move(com));
+  all.push_back(std::move(momentum));
+  KtEndEffectorRelativeLinkData relative;
+  relative.setIsRelativeLink(true);
+  relative.setRelativeLinkId(reference);
+  for (const auto& e : all) {
+    e->setLinkIdentifier(link);
+    e->setErrorWeight(rng.uniform(0.5, 2.0));
+    e->setIsHardConstraint(false);
+    if (dynamic_cast<KtLinearConstraintEndEffector*>(e.get()) == nullptr) e->setRelativeLinkData(relative);
+  }
+  return all;
+}
+
+// The frame-like class's expectation for an end effector, or null for the other classes.
+inline const Member* memberOf(const KtEndEffector& endEffector) {
+  for (const Member& member : members())
+    if (member.className == className(endEffector)) return &member;
+  return nullptr;
 }
 
 }  // namespace endeffector_test

@@ -18,65 +18,7 @@
 
 using namespace endeffector_test;
 
-namespace {
-
-// One end effector of every concrete class, carried by `link` and measured against `reference`,
-// with every other field away from its default.
-std::vector<std::unique_ptr<KtEndEffector>> everyClass(TestRandom& rng, const std::string& link,
-                                                       const std::string& reference) {
-  std::vector<std::unique_ptr<KtEndEffector>> all;
-  for (const Member& member : members()) {
-    std::unique_ptr<KtFrameMotionEndEffector> e = member.make();
-    setOffset(*e, randomPose(rng));
-    KtGeneralMotionFilter filter;
-    filter.setThreshold(rng.uniform(0.1, 3.0));
-    filter.setLinearGain(rng.uniform(10.0, 50.0));
-    e->setMotionFilter(filter);
-    if (auto* frame = dynamic_cast<KtFrameEndEffector*>(e.get())) frame->setAngularErrorWeight(0.75);
-    if (auto* lookAt = dynamic_cast<KtLookAtEndEffector*>(e.get())) lookAt->setFocusDistance(2.5);
-    all.push_back(std::move(e));
-  }
-  KtPointMotionFilter pointFilter;
-  pointFilter.setLinearGain(12.5);
-  pointFilter.setThreshold(0.25);
-  auto point = std::make_unique<KtPointEndEffector>();
-  auto xy = std::make_unique<KtXyEndEffector>();
-  xy->setXyOrientation(Kt::Orientation(0.5, 0.5, -0.5, 0.5));
-  for (KtLinkPointEndEffector* e :
-       {static_cast<KtLinkPointEndEffector*>(point.get()), static_cast<KtLinkPointEndEffector*>(xy.get())}) {
-    e->setPointMotionFilter(pointFilter);
-    e->setPoint(Kt::Vector(0.5, -1, 2));
-  }
-  auto sum = std::make_unique<KtLinearConstraintEndEffector>();
-  sum->setJointLabels({link, reference});
-  sum->setJointWeights({0.5, -1.5});
-  sum->setWeightedSum(2.0);
-  sum->setGain(12.0);
-  sum->setIsInteractive(true);
-  auto com = std::make_unique<KtCenterOfMassEndEffector>();
-  com->setMotionFilter(pointFilter);
-  auto momentum = std::make_unique<KtSpatialMomentumEndEffector>();
-  momentum->setDesiredLinearMomentum(Kt::Vector(1, 2, 3));
-  momentum->setDesiredAngularMomentum(Kt::Vector(4, 5, 6));
-  momentum->setIncludeAngular(true);
-  all.push_back(std::move(point));
-  all.push_back(std::move(xy));
-  all.push_back(std::move(sum));
-  all.push_back(std::move(com));
-  all.push_back(std::move(momentum));
-  KtEndEffectorRelativeLinkData relative;
-  relative.setIsRelativeLink(true);
-  relative.setRelativeLinkId(reference);
-  for (const auto& e : all) {
-    e->setLinkIdentifier(link);
-    e->setErrorWeight(rng.uniform(0.5, 2.0));
-    e->setIsHardConstraint(false);
-    if (dynamic_cast<KtLinearConstraintEndEffector*>(e.get()) == nullptr) e->setRelativeLinkData(relative);
-  }
-  return all;
-}
-
-}  // namespace
+namespace {}  // namespace
 
 // Writes the object, reads the text into `fresh` and writes that again: the two texts must agree
 // byte for byte and the objects compare equal.

@@ -17,59 +17,38 @@ namespace {
 constexpr double kUntouched = 7.25;
 const char* const kArms[] = {"craig_arm.xml", "paul_arm.xml"};
 
-// An end effector under test and, for the frame-like ones, what its rows hold.
-struct Subject {
-  std::unique_ptr<KtEndEffector> endEffector;
-  const Member* member = nullptr;
-};
-
-// Every class whose rows are rates of its own placement, on random links with random offsets.
-std::vector<Subject> subjects(const KtIndividualManipulator& arm, TestRandom& rng) {
+// Every class whose rows are rates of its own placement, on random links with random offsets,
+// absolute or relative to the base or a random link.
+std::vector<std::unique_ptr<KtEndEffector>> subjects(const KtIndividualManipulator& arm, TestRandom& rng) {
   const int n = static_cast<int>(arm.jointDof());
   const auto link = [&] { return arm.link(static_cast<std::size_t>(rng.integer(0, n - 1))).identifier(); };
-  const auto point = [&] { return randomPose(rng, 0.3).translation(); };
-  std::vector<Subject> all;
-  for (const Member& member : members()) {
-    std::unique_ptr<KtFrameMotionEndEffector> e = member.make();
-    setOffset(*e, randomPose(rng, 0.3));
-    if (auto* lookAt = dynamic_cast<KtLookAtEndEffector*>(e.get()))
-      lookAt->setFocusDistance(rng.uniform(0.2, 2));
-    all.push_back({std::move(e), &member});
-  }
-  auto pointEndEffector = std::make_unique<KtPointEndEffector>();
-  pointEndEffector->setPoint(point());
-  auto xy = std::make_unique<KtXyEndEffector>();
-  xy->setPoint(point());
-  xy->setXyOrientation(randomPose(rng).orientation());
-  all.push_back({std::move(pointEndEffector)});
-  all.push_back({std::move(xy)});
-  all.push_back({std::make_unique<KtCenterOfMassEndEffector>()});
-  for (Subject& s : all) {
-    s.endEffector->setLinkIdentifier(link());
-    // Absolute, or relative to the base or a random link.
+  std::vector<std::unique_ptr<KtEndEffector>> all = everyClass(rng, link(), link());
+  std::erase_if(
+      all, [](const auto& e) { return dynamic_cast<KtSpatialMomentumEndEffector*>(e.get()) != nullptr; });
+  for (const auto& e : all) {
+    if (auto* xy = dynamic_cast<KtXyEndEffector*>(e.get()))
+      xy->setXyOrientation(randomPose(rng).orientation());
+    if (dynamic_cast<KtLinearConstraintEndEffector*>(e.get()) != nullptr) continue;
+    e->setLinkIdentifier(link());
     const int reference = rng.integer(-2, n - 1);
     KtEndEffectorRelativeLinkData relative;
     relative.setIsRelativeLink(reference >= -1);
     relative.setRelativeLinkId(reference < 0 ? arm.identifier()
                                              : arm.link(static_cast<std::size_t>(reference)).identifier());
-    s.endEffector->setRelativeLinkData(relative);
+    e->setRelativeLinkData(relative);
   }
-  auto sum = std::make_unique<KtLinearConstraintEndEffector>();
-  sum->setJointLabels({link(), link()});
-  sum->setJointWeights({rng.uniform(-2, 2), rng.uniform(-2, 2)});
-  all.push_back({std::move(sum)});
   return all;
 }
 
-// The rows a subject should hold for a motion of its row point given in system axes.
-std::vector<double> expectedRows(const Subject& s, const Kt::Orientation& frame, const Kt::Vector& linear,
-                                 const Kt::Vector& angular) {
-  if (s.member != nullptr) return selectedRows(*s.member, frame, linear, angular);
-  if (const auto* xy = dynamic_cast<const KtXyEndEffector*>(s.endEffector.get())) {
+// The rows an end effector should hold for a motion of its row point given in system axes.
+std::vector<double> expectedRows(const KtEndEffector& e, const Kt::Orientation& frame,
+                                 const Kt::Vector& linear, const Kt::Vector& angular) {
+  if (const Member* member = memberOf(e)) return selectedRows(*member, frame, linear, angular);
+  if (const auto* xy = dynamic_cast<const KtXyEndEffector*>(&e)) {
     const KtPlanarVector inPlane = xy->planeCoordinates(linear);
     return {inPlane[0], inPlane[1]};
   }
-  if (s.endEffector->rowCount() == 1) return {linear.x()};
+  if (e.rowCount() == 1) return {linear.x()};
   return {linear.x(), linear.y(), linear.z()};
 }
 
@@ -125,8 +104,8 @@ TEST(KtEndEffectorRowsTest, RowsAreRatesOfTheOwnPlacementAndSparsityCoversThem) 
       KtStatedSystem stated = massiveSample(arm, rng, freeBase);
       const KtIndividualManipulator& manipulator = stated.system().manipulator(0);
       const std::size_t columns = manipulator.jointDof() + (freeBase ? 6 : 0);
-      for (const Subject& s : subjects(manipulator, rng)) {
-        const KtEndEffector& e = *s.endEffector;
+      for (const auto& subject : subjects(manipulator, rng)) {
+        const KtEndEffector& e = *subject;
         const KtEndEffectorRelativeLinkData& relative = e.relativeLinkData();
         SCOPED_TRACE(testing::Message()
                      << className(e) << " " << arm << " case " << c << (freeBase ? " free" : " fixed")
@@ -149,7 +128,7 @@ TEST(KtEndEffectorRowsTest, RowsAreRatesOfTheOwnPlacementAndSparsityCoversThem) 
         e.insertSparsityComponent(manipulator, 1, relative, !freeBase, state, sparsity);
         for (std::size_t k = 0; k < columns; ++k) {
           const std::vector<double> expected = expectedRows(
-              s, frame.orientation(), toSystem * Kt::Vector(rates[0][k], rates[1][k], rates[2][k]),
+              e, frame.orientation(), toSystem * Kt::Vector(rates[0][k], rates[1][k], rates[2][k]),
               toSystem * Kt::Vector(rates[3][k], rates[4][k], rates[5][k]));
           ASSERT_EQ(expected.size(), rows);
           EXPECT_EQ(jacobian[0][k] + jacobian[rows + 1][k] + sparsity[0][k] + sparsity[rows + 1][k],
@@ -164,7 +143,7 @@ TEST(KtEndEffectorRowsTest, RowsAreRatesOfTheOwnPlacementAndSparsityCoversThem) 
           }
         }
         // The point's and the centre of mass's velocities are their rows times the state's rates.
-        if (rows == 3 && s.member == nullptr) {
+        if (rows == 3 && frameLike == nullptr) {
           KtGeneralMotion velocity;
           ASSERT_TRUE(e.calculateVelocity(manipulator, state, velocity));
           manipulator_test::expectNear(velocity.linear(), timesRates(written, 1, stated), 1e-9, "velocity");
