@@ -77,11 +77,11 @@ TEST(KtEndEffectorClassesTest, DocumentsRoundTripByteIdentically) {
   }
 }
 
-// Every class's editing values go through a fresh object unchanged and leave the object they came
-// from exactly as it was; a list of the wrong length changes nothing, an unknown label is refused,
-// "0" alone clears the hard-constraint flag. The frame-like classes list their labels in order,
-// read back offset, threshold and focus distance, keep a field whose number is unreadable and
-// turn a zero axis into the identity.
+// Every class's editing values go through a fresh object unchanged, reach the fields they name,
+// and leave the object they came from exactly as it was; a list of the wrong length changes nothing, an
+// unknown label is refused, "0" alone clears the hard-constraint flag. The frame-like classes list their
+// labels in order, read back offset, threshold and focus distance, keep a field whose number is unreadable
+// and turn a zero axis into the identity.
 TEST(KtEndEffectorClassesTest, EditingValuesRoundTripAndFollowTheParsingRules) {
   TestRandom rng(91);
   const std::vector<std::string> frameLabels = {"trans_x", "trans_y",          "trans_z",
@@ -109,6 +109,15 @@ TEST(KtEndEffectorClassesTest, EditingValuesRoundTripAndFollowTheParsingRules) {
       EXPECT_EQ(read, values);
     }
     EXPECT_FALSE(copy.setEditingValue("no_such_label", "1"));
+    EXPECT_EQ(copy.motionThreshold(), original->motionThreshold());
+    if (const auto* point = dynamic_cast<const KtLinkPointEndEffector*>(original.get())) {
+      EXPECT_EQ(dynamic_cast<const KtLinkPointEndEffector&>(copy).point(), point->point());
+    }
+    if (const auto* sum = dynamic_cast<const KtLinearConstraintEndEffector*>(original.get())) {
+      const auto& copied = dynamic_cast<const KtLinearConstraintEndEffector&>(copy);
+      EXPECT_EQ(copied.jointLabels(), std::vector<std::string>{sum->jointLabels()[0]});
+      EXPECT_EQ(copied.weightedSum(), sum->weightedSum());
+    }
 
     if (frameLike) {
       std::vector<std::string> labels,
@@ -117,7 +126,6 @@ TEST(KtEndEffectorClassesTest, EditingValuesRoundTripAndFollowTheParsingRules) {
       for (const auto& entry : values) labels.push_back(entry.first);
       EXPECT_EQ(labels, expected);
       EXPECT_LT(manipulator_test::frameDistance(offset(copy), offset(*original)), 1e-12);
-      EXPECT_EQ(copy.motionThreshold(), original->motionThreshold());
       EXPECT_EQ(rowPoint(copy), rowPoint(*original));
       for (const char* label : {"angle", "filter_threshold"}) EXPECT_TRUE(copy.setEditingValue(label, "abc"));
       EXPECT_EQ(copy.editingValues(), read);

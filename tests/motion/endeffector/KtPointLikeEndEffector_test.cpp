@@ -104,21 +104,3 @@ TEST(KtPointLikeEndEffectorTest, DistancesMeasureTheConstrainedError) {
     EXPECT_NEAR(c.e.normalizedDistance(c.first, c.second) / c.normalized, 1.0, 1e-12) << typeid(c.e).name();
   }
 }
-
-// The editing labels reach the fields they name.
-TEST(KtPointLikeEndEffectorTest, EditingValuesReachTheirFields) {
-  KtPointEndEffector point;
-  point.setEditingValues({{"trans_x", "1.5"},
-                          {"trans_y", "-2"},
-                          {"trans_z", "0.25"},
-                          {"filter_threshold", "0.125"},
-                          {"is_hard_constraint", "0"}});
-  EXPECT_EQ(point.point(), Kt::Vector(1.5, -2, 0.25));
-  EXPECT_EQ(point.motionThreshold(), 0.125);
-  EXPECT_FALSE(point.isHardConstraint());
-  KtLinearConstraintEndEffector sum;
-  ASSERT_TRUE(sum.setEditingValue("link", "craigArmLink3"));
-  ASSERT_TRUE(sum.setEditingValue("joint_value", "0.75"));
-  EXPECT_EQ(sum.jointLabels(), std::vector<std::string>{"craigArmLink3"});
-  EXPECT_EQ(sum.weightedSum(), 0.75);
-}
