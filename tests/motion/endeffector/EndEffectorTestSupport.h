@@ -235,20 +235,14 @@ inline std::vector<std::unique_ptr<KtEndEffector>> everyClass(TestRandom& rng, c
     e->setMotionFilter(filter);
     if (auto* frame = dynamic_cast<KtFrameEndEffector*>(e.get())) frame->setAngularErrorWeight(0.75);
     if (auto* lookAt = dynamic_cast<KtLookAtEndEffector*>(e.get()))
-      lookAt->setFocusDistance(rng.uniform(0.2, 2.0));
+      lookAt->setFocusDistance(rng.uniform(0.2, 2));
     all.push_back(std::move(e));
   }
   KtPointMotionFilter pointFilter;
   pointFilter.setLinearGain(12.5);
   pointFilter.setThreshold(0.25);
-  auto point = std::make_unique<KtPointEndEffector>();
   auto xy = std::make_unique<KtXyEndEffector>();
   xy->setXyOrientation(Kt::Orientation(0.5, 0.5, -0.5, 0.5));
-  for (KtLinkPointEndEffector* e :
-       {static_cast<KtLinkPointEndEffector*>(point.get()), static_cast<KtLinkPointEndEffector*>(xy.get())}) {
-    e->setPointMotionFilter(pointFilter);
-    e->setPoint(randomPose(rng, 0.3).translation());
-  }
   auto sum = std::make_unique<KtLinearConstraintEndEffector>();
   sum->setJointLabels({link, reference});
   sum->setJointWeights({rng.uniform(-2, 2), rng.uniform(-2, 2)});
@@ -261,7 +255,7 @@ inline std::vector<std::unique_ptr<KtEndEffector>> everyClass(TestRandom& rng, c
   momentum->setDesiredLinearMomentum(Kt::Vector(1, 2, 3));
   momentum->setDesiredAngularMomentum(Kt::Vector(4, 5, 6));
   momentum->setIncludeAngular(true);
-  all.push_back(std::move(point));
+  all.push_back(std::make_unique<KtPointEndEffector>());
   all.push_back(std::move(xy));
   all.push_back(std::move(sum));
   all.push_back(std::move(com));
@@ -274,6 +268,10 @@ inline std::vector<std::unique_ptr<KtEndEffector>> everyClass(TestRandom& rng, c
     e->setErrorWeight(rng.uniform(0.5, 2.0));
     e->setIsHardConstraint(false);
     if (dynamic_cast<KtLinearConstraintEndEffector*>(e.get()) == nullptr) e->setRelativeLinkData(relative);
+    if (auto* point = dynamic_cast<KtLinkPointEndEffector*>(e.get())) {
+      point->setPointMotionFilter(pointFilter);
+      point->setPoint(randomPose(rng, 0.3).translation());
+    }
   }
   return all;
 }
