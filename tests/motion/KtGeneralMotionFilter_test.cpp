@@ -5,9 +5,11 @@
 #include <cmath>
 #include <numbers>
 
-#include "support/Random.h"
+#include "manipulator/ManipulatorTestSupport.h"
 
 namespace {
+
+using manipulator_test::randomPose;
 
 constexpr double kPi = std::numbers::pi;
 
@@ -51,10 +53,6 @@ Kt::Orientation randomRotation(TestRandom& rng, double largestAngle) {
   q.setFromAngleAxis(rng.uniform(-largestAngle, largestAngle),
                      Kt::Vector(rng.uniform(-1, 1), rng.uniform(-1, 1), rng.uniform(-1, 1)).unitVector());
   return q;
-}
-
-Kt::Vector randomVector(TestRandom& rng, double size) {
-  return Kt::Vector(rng.uniform(-size, size), rng.uniform(-size, size), rng.uniform(-size, size));
 }
 
 }  // namespace
@@ -144,12 +142,14 @@ TEST(KtGeneralMotionFilterTest, OneStepShrinksSmallErrorsByTheGainFactor) {
   TestRandom rng(41);
   const double dt = 0.01, linearGain = 30.0, angularGain = 70.0;
   for (int i = 0; i < TestRandom::cases(); ++i) {
-    KtGeneralMotionFilter filter = unitFilter(randomVector(rng, 1.0));
+    KtGeneralMotionFilter filter = unitFilter(randomPose(rng, 1.0).translation());
     filter.setLinearGain(linearGain);
     filter.setAngularGain(angularGain);
-    const Kt::coordinateSystemTransformation actual(randomVector(rng, 2.0), randomRotation(rng, kPi));
+    const Kt::coordinateSystemTransformation actual(randomPose(rng, 2.0).translation(),
+                                                    randomRotation(rng, kPi));
     const Kt::coordinateSystemTransformation desired =
-        actual * Kt::coordinateSystemTransformation(randomVector(rng, 1e-5), randomRotation(rng, 1e-5));
+        actual *
+        Kt::coordinateSystemTransformation(randomPose(rng, 1e-5).translation(), randomRotation(rng, 1e-5));
     const Velocity v = filtered(filter, actual, desired, dt);
 
     Kt::Orientation moved = actual.orientation();

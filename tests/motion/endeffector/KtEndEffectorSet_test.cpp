@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "motion/endeffector/EndEffectorOracle.h"
+#include "motion/endeffector/EndEffectorTestSupport.h"
 #include "motion/endeffector/KtEndEffectorSet.h"
 #include "motion/endeffector/KtEndEffectorTool.h"
 #include "motion/endeffector/KtFrameEndEffector.h"
@@ -15,7 +15,6 @@
 #include "motion/endeffector/KtPointEndEffector.h"
 #include "motion/endeffector/KtSpatialMomentumEndEffector.h"
 #include "motion/endeffector/KtXyEndEffector.h"
-#include "motion/endeffector/SchemaCheck.h"
 #include "support/AllocationCounter.h"
 #include "support/PrintCapture.h"
 #include "xml/KtXmlTextDocuments.h"

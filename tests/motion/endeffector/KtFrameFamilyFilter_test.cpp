@@ -3,12 +3,9 @@
 #include <cmath>
 #include <numbers>
 
-#include "motion/endeffector/EndEffectorOracle.h"
-#include "motion/endeffector/FrameFamilyTestSupport.h"
+#include "motion/endeffector/EndEffectorTestSupport.h"
 
 using namespace endeffector_test;
-using namespace frame_family_test;
-using manipulator_test::randomPose;
 
 namespace {
 
