@@ -2,6 +2,7 @@
 
 #include "foundation/MathUtil.h"
 #include "foundation/Print.h"
+#include "motion/endeffector/KtFeedForward.h"
 #include "motion/endeffector/KtMassDistribution.h"
 #include "xml/KtXmlNamespaces.h"
 
@@ -154,13 +155,9 @@ void KtCenterOfMassEndEffector::filterEndEffectorVelocity(const Kt::coordinateSy
                                                           const KtEndEffectorVelocityEntries& feedForward,
                                                           KtReal dt,
                                                           KtEndEffectorVelocityEntries& commanded) const {
-  if (!feedForward.empty() && feedForward.size() != 3) {
-    ktPrint(KtSeverity::Error,
-            "KtCenterOfMassEndEffector::filterEndEffectorVelocity input velocity size wrong.\n");
+  Kt::Vector forward;
+  if (!ktFeedForwardEntries(feedForward, 3, "KtCenterOfMassEndEffector::filterEndEffectorVelocity", forward))
     return;
-  }
-  const Kt::Vector forward =
-      feedForward.empty() ? Kt::Vector() : Kt::Vector(feedForward[0], feedForward[1], feedForward[2]);
   Kt::Vector velocity;
   m_motionFilter.filterVelocity(actual.translation(), desired.translation(), forward, dt, velocity);
   commanded.resize(3);

@@ -158,7 +158,7 @@ void KtSpatialMomentumEndEffector::filterEndEffectorVelocity(const Kt::coordinat
   const std::size_t rows = rowCount();
   if (!feedForward.empty() && feedForward.size() != rows) {
     ktPrint(KtSeverity::Error,
-            "KtSpatialMomentumEndEffector::filterEndEffectorVelocity input velocity size wrong.\n");
+            "KtSpatialMomentumEndEffector::filterEndEffectorVelocity input velocity size wrong.");
     return;
   }
   commanded.resize(rows);
