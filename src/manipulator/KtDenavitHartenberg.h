@@ -81,8 +81,9 @@ class KtDenavitHartenberg : public KtXmlCloneable<KtDenavitHartenberg, KtLinkKin
   // not be parent. The parent's quaternion is multiplied by Rz(q) and Rx(alpha) in the row's
   // order, each a quaternion with two non-zero components, which costs less than forming the
   // joint's quaternion and a full product.
-  void composeOnto(const Kt::coordinateSystemTransformation& parent, KtReal sineHalf, KtReal cosineHalf,
-                   Kt::coordinateSystemTransformation& result) const {
+  [[gnu::always_inline]] void composeOnto(const Kt::coordinateSystemTransformation& parent, KtReal sineHalf,
+                                          KtReal cosineHalf,
+                                          Kt::coordinateSystemTransformation& result) const {
     const Kt::Orientation& turn = parent.orientation();
     KtReal w = turn.w(), x = turn.x(), y = turn.y(), z = turn.z();
     if (m_rotationalRow == RotationalRow::paul) {
