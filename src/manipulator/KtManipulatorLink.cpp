@@ -179,9 +179,15 @@ void KtManipulatorLink::copyPropertiesFrom(const KtManipulatorLink& source) {
 // is built only if someone asks for it. The path is a list of link indices, and what the sweep
 // needs of each joint comes from the state's plans, so the loops walk plain arrays.
 const KtLinkFrames& KtManipulatorLink::locate(KtManipulatorActivePositionState& positions) const {
+  const KtLinkFrames& record = positions.linkFrames(static_cast<std::size_t>(m_linkIndex));
+  return record.isValid() ? record : sweepFrames(positions);
+}
+
+// Kept out of line so that a query finding its record valid does not pay for the sweep's
+// registers and stack.
+[[gnu::noinline]] const KtLinkFrames& KtManipulatorLink::sweepFrames(
+    KtManipulatorActivePositionState& positions) const {
   KtLinkFrames* const frames = positions.linkFramesData();
-  KtLinkFrames& record = frames[m_linkIndex];
-  if (record.isValid()) return record;
   KtFrameSweep& sweep = positions.frameSweep();
   std::size_t* const path = sweep.path.data();
   std::size_t count = 0;
@@ -218,7 +224,7 @@ const KtLinkFrames& KtManipulatorLink::locate(KtManipulatorActivePositionState& 
     }
     parentFrame = &linkRecord.dh;
   }
-  return record;
+  return frames[m_linkIndex];
 }
 
 bool KtManipulatorLink::hasRecord(KtManipulatorActiveState& state, const char* message) const {

@@ -160,6 +160,8 @@ class KtManipulatorLink : public KtXmlCloneable<KtManipulatorLink, KtXmlCompound
 
   // The record of this link's frames, computed (with its ancestors') when not valid.
   virtual const KtLinkFrames& locate(KtManipulatorActivePositionState& positions) const;
+  // The frame sweep that locate() runs when this link's record is stale.
+  const KtLinkFrames& sweepFrames(KtManipulatorActivePositionState& positions) const;
   // Whether the state has a record for this link; prints the operation's message otherwise.
   bool hasRecord(KtManipulatorActiveState& state, const char* message) const;
   // The motion record of this link, computed (with its ancestors') when not valid; the link
