@@ -66,9 +66,10 @@ void KtManipulatorActivePositionState::rebind(const KtIndividualManipulator& man
     const KtLinkKinematics& joint = link.kinematics();
     const auto* row = dynamic_cast<const KtDenavitHartenberg*>(&joint);
     KtJointPlan& plan = m_jointPlans[i];
-    plan = {
-        &joint,       nullptr,     KtLinkFrames::offsetOrNull(joint.primaryFrame()), link.childCount() == 1,
-        Kt::Vector(), Kt::Vector()};
+    plan = KtJointPlan{};
+    plan.kinematics = &joint;
+    plan.primaryOffset = KtLinkFrames::offsetOrNull(joint.primaryFrame());
+    plan.soleChild = link.childCount() == 1;
     if (row == nullptr || !row->isHalfAngleRow()) continue;
     plan.halfAngleRow = row;
     KtGeneralMotion unit;
