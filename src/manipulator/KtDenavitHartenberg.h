@@ -77,23 +77,26 @@ class KtDenavitHartenberg : public KtXmlCloneable<KtDenavitHartenberg, KtLinkKin
     m_frameBuilt = false;
     ++m_transformComputations;
   }
-  // parent ∘ dhTransform(q) for such a row, from sin(q/2) and cos(q/2). The parent's quaternion
-  // is multiplied by Rz(q) and Rx(alpha) in the row's order, each a quaternion with two non-zero
-  // components, which costs less than forming the joint's quaternion and a full product.
-  Kt::coordinateSystemTransformation composedOnto(const Kt::coordinateSystemTransformation& parent,
-                                                  KtReal sineHalf, KtReal cosineHalf) const {
+  // result = parent ∘ dhTransform(q) for such a row, from sin(q/2) and cos(q/2); result must
+  // not be parent. The parent's quaternion is multiplied by Rz(q) and Rx(alpha) in the row's
+  // order, each a quaternion with two non-zero components, which costs less than forming the
+  // joint's quaternion and a full product.
+  [[gnu::always_inline]] void composeOnto(const Kt::coordinateSystemTransformation& parent, KtReal sineHalf,
+                                          KtReal cosineHalf,
+                                          Kt::coordinateSystemTransformation& result) const {
     const Kt::Orientation& turn = parent.orientation();
     KtReal w = turn.w(), x = turn.x(), y = turn.y(), z = turn.z();
     if (m_rotationalRow == RotationalRow::paul) {
       turnAboutZ(w, x, y, z, cosineHalf, sineHalf);
       turnAboutX(w, x, y, z, m_cosHalfAlpha, m_sinHalfAlpha);
       const KtReal cosine = 1.0 - 2.0 * sineHalf * sineHalf, sine = 2.0 * sineHalf * cosineHalf;
-      return {parent.translation() + turn * Kt::Vector(m_a * cosine, m_a * sine, m_d),
-              Kt::Orientation(w, x, y, z)};
+      result = {parent.translation() + turn * Kt::Vector(m_a * cosine, m_a * sine, m_d),
+                Kt::Orientation(w, x, y, z)};
+      return;
     }
     turnAboutX(w, x, y, z, m_cosHalfAlpha, m_sinHalfAlpha);
     turnAboutZ(w, x, y, z, cosineHalf, sineHalf);
-    return {parent.translation() + turn * m_craigTranslation, Kt::Orientation(w, x, y, z)};
+    result = {parent.translation() + turn * m_craigTranslation, Kt::Orientation(w, x, y, z)};
   }
   void calculateTransform(Kt::coordinateSystemTransformation& result, KtReal q) const override;
   bool getUnitFrameMotion(KtGeneralMotion& motion) const override;

@@ -219,12 +219,11 @@ void KtIndividualManipulator::integrateState(const KtVelocityState& velocities, 
   positions.setCoordinateSystemTransform(Kt::coordinateSystemTransformation(translation, orientation));
 }
 
-const KtLinkPositionState& KtIndividualManipulator::locate(
-    KtManipulatorActivePositionState& positions) const {
-  KtLinkPositionState& record = positions.basePositionState();
+const KtLinkFrames& KtIndividualManipulator::locate(KtManipulatorActivePositionState& positions) const {
+  KtLinkFrames& record = positions.baseFrames();
   if (!record.isValid()) {
     record.store(positions.positionState().coordinateSystemTransform(), m_coordinateSystemTransform,
-                 kinematics().primaryFrame());
+                 KtLinkFrames::offsetOrNull(kinematics().primaryFrame()));
   }
   return record;
 }

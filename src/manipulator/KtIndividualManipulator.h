@@ -76,7 +76,7 @@ class KtIndividualManipulator : public KtXmlCloneable<KtIndividualManipulator, K
 
  protected:
   void registerComponents() override;
-  const KtLinkPositionState& locate(KtManipulatorActivePositionState& positions) const override;
+  const KtLinkFrames& locate(KtManipulatorActivePositionState& positions) const override;
 
  private:
   // Renumbers the links and sets their parents after any change of the tree.

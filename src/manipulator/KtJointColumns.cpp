@@ -54,7 +54,7 @@ bool KtJointColumns::write(const KtIndividualManipulator& manipulator, KtManipul
   const std::size_t firstAngular = rows == KtJacobianRows::angular ? 0 : 3;
   for (const KtManipulatorLink* link = &last; link->linkIndex() >= 0; link = link->parentLink()) {
     const auto index = static_cast<std::size_t>(link->linkIndex());
-    const Kt::coordinateSystemTransformation& frame = positions.linkPositionState(index).dhFrame();
+    const Kt::coordinateSystemTransformation& frame = positions.linkFrames(index).dhFrame();
     const KtJointPlan& plan = positions.jointPlan(index);
     KtJointColumn column;
     if (plan.halfAngleRow != nullptr) {

@@ -17,13 +17,41 @@ void KtManipulatorActivePositionState::registerComponents() {
   registerComponent(base, m_basePositionState);
 }
 
+void KtManipulatorActivePositionState::exportFrames() const {
+  m_linkPositionStates.resize(m_linkFrames.size());
+  for (std::size_t i = 0; i < m_linkFrames.size(); ++i) m_linkPositionStates[i].assign(m_linkFrames[i]);
+  m_basePositionState.assign(m_baseFrames);
+}
+
+bool KtManipulatorActivePositionState::read(KtXmlReader& reader) {
+  const bool read = KtXmlCompoundType::read(reader);
+  m_linkFrames.resize(m_linkPositionStates.size());
+  for (std::size_t i = 0; i < m_linkFrames.size(); ++i) m_linkFrames[i] = m_linkPositionStates[i].frames();
+  m_baseFrames = m_basePositionState.frames();
+  ++m_frameChanges;
+  return read;
+}
+
+bool KtManipulatorActivePositionState::write(KtXmlWriter& writer) const {
+  exportFrames();
+  return KtXmlCompoundType::write(writer);
+}
+
+bool KtManipulatorActivePositionState::isEqual(const KtXmlObject& other) const {
+  const auto* state = dynamic_cast<const KtManipulatorActivePositionState*>(&other);
+  if (state == nullptr) return false;
+  exportFrames();
+  state->exportFrames();
+  return KtXmlCompoundType::isEqual(other);
+}
+
 void KtManipulatorActivePositionState::invalidateFrom(std::size_t firstLink) {
-  if (firstLink < m_linkPositionStates.size()) ++m_frameChanges;
-  for (std::size_t i = firstLink; i < m_linkPositionStates.size(); ++i) m_linkPositionStates[i].invalidate();
+  if (firstLink < m_linkFrames.size()) ++m_frameChanges;
+  for (std::size_t i = firstLink; i < m_linkFrames.size(); ++i) m_linkFrames[i].valid = false;
 }
 
 void KtManipulatorActivePositionState::invalidateAll() {
-  m_basePositionState.invalidate();
+  m_baseFrames.valid = false;
   ++m_frameChanges;
   invalidateFrom(0);
 }
@@ -31,13 +59,17 @@ void KtManipulatorActivePositionState::invalidateAll() {
 void KtManipulatorActivePositionState::rebind(const KtIndividualManipulator& manipulator) {
   invalidateAll();
   const std::size_t count = manipulator.jointDof();
-  m_linkPositionStates.resize(count);
+  m_linkFrames.resize(count);
   m_jointPlans.resize(count);
   for (std::size_t i = 0; i < count; ++i) {
-    const KtLinkKinematics& joint = manipulator.link(i).kinematics();
+    const KtManipulatorLink& link = manipulator.link(i);
+    const KtLinkKinematics& joint = link.kinematics();
     const auto* row = dynamic_cast<const KtDenavitHartenberg*>(&joint);
     KtJointPlan& plan = m_jointPlans[i];
-    plan = {&joint, nullptr, Kt::Vector(), Kt::Vector()};
+    plan = KtJointPlan{};
+    plan.kinematics = &joint;
+    plan.primaryOffset = KtLinkFrames::offsetOrNull(joint.primaryFrame());
+    plan.soleChild = link.childCount() == 1;
     if (row == nullptr || !row->isHalfAngleRow()) continue;
     plan.halfAngleRow = row;
     KtGeneralMotion unit;
@@ -45,10 +77,10 @@ void KtManipulatorActivePositionState::rebind(const KtIndividualManipulator& man
     plan.unitLinear = unit.linear();
     plan.unitAngular = unit.angular();
   }
-  m_frameSweep.links.reserve(count);
-  m_frameSweep.halfAngles.resize(count);
-  m_frameSweep.sines.resize(count);
-  m_frameSweep.cosines.resize(count);
+  for (auto* scratch :
+       {&m_frameSweep.values, &m_frameSweep.halfAngles, &m_frameSweep.sines, &m_frameSweep.cosines})
+    scratch->resize(count);
+  m_frameSweep.path.resize(count);
   m_model = &manipulator;
   m_revision = KtModelRevision::current();
 }

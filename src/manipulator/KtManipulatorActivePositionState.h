@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "manipulator/KtLinkFrames.h"
 #include "manipulator/KtLinkPositionState.h"
 #include "manipulator/KtModelRevision.h"
 #include "manipulator/KtPositionState.h"
@@ -22,24 +23,30 @@ struct KtJointPlan {
   // The joint again when it is a rotational "paul" or "craig" row, whose transformation the
   // sweep builds from sines and cosines of half joint values computed all together.
   const KtDenavitHartenberg* halfAngleRow = nullptr;
+  // The link's fixed primary offset, or null when it is the identity (a primary offset only
+  // changes with the model revision).
+  const Kt::coordinateSystemTransformation* primaryOffset = nullptr;
+  // Whether the link has exactly one child, which in depth-first pre-order is the next link.
+  bool soleChild = false;
   // The joint frame's motion per unit joint rate, in its own axes, for a half-angle row (other
   // joints are asked each time, which may report a bad type).
   Kt::Vector unitLinear;
   Kt::Vector unitAngular;
 };
 
-// Scratch room for the links whose frames one query computes, outward, and their half joint
-// values with sines and cosines; kept with the state so that it is allocated once per
-// manipulator rather than once per query.
+// Scratch room for the links whose frames one query computes, outward, their joint values and
+// the sines and cosines of half of them; kept with the state so that it is allocated once per
+// manipulator rather than once per query. Each array holds one entry per link.
 struct KtFrameSweep {
-  std::vector<const KtManipulatorLink*> links;
+  std::vector<std::size_t> path;
+  std::vector<KtReal> values;
   std::vector<KtReal> halfAngles;
   std::vector<KtReal> sines;
   std::vector<KtReal> cosines;
 };
 
 // The position state of one manipulator together with the frames of its links that have
-// been computed from it, one record per link index, and the record of the base link.
+// been computed from it, one plain record per link index, and the record of the base link.
 //
 // The frames are only ever valid for the position state held here, the manipulator they
 // were computed for and the model revision at the time:
@@ -54,6 +61,11 @@ class KtManipulatorActivePositionState
     : public KtXmlCloneable<KtManipulatorActivePositionState, KtXmlCompoundType> {
  public:
   const KtToken& elementToken() const override;
+  // The frame records go to and come from their persistent forms (the elements
+  // linkPositionStates and basePositionState) only here.
+  bool read(KtXmlReader& reader) override;
+  bool write(KtXmlWriter& writer) const override;
+  bool isEqual(const KtXmlObject& other) const override;
 
   const KtPositionState& positionState() const { return m_positionState; }
   void setPositionState(const KtPositionState& state);
@@ -61,12 +73,15 @@ class KtManipulatorActivePositionState
   void setJointPosition(std::size_t index, KtReal position);
   void setBasePose(const Kt::coordinateSystemTransformation& pose);
 
-  std::size_t linkCount() const { return m_linkPositionStates.size(); }
-  const std::vector<KtLinkPositionState>& linkPositionStates() const { return m_linkPositionStates; }
-  KtLinkPositionState& linkPositionState(std::size_t index) { return m_linkPositionStates[index]; }
-  KtLinkPositionState& basePositionState() { return m_basePositionState; }
+  std::size_t linkCount() const { return m_linkFrames.size(); }
+  const KtLinkFrames& linkFrames(std::size_t index) const { return m_linkFrames[index]; }
+  KtLinkFrames& linkFrames(std::size_t index) { return m_linkFrames[index]; }
+  KtLinkFrames& baseFrames() { return m_baseFrames; }
+  // The link records and joint plans as arrays, for the frame sweep.
+  KtLinkFrames* linkFramesData() { return m_linkFrames.data(); }
+  const KtJointPlan* jointPlanData() const { return m_jointPlans.data(); }
   // Changes the number of link records (new ones start invalid).
-  void resizeLinkPositionStates(std::size_t count) { m_linkPositionStates.resize(count); }
+  void resizeLinkFrames(std::size_t count) { m_linkFrames.resize(count); }
 
   void synchronize(const KtIndividualManipulator& manipulator) {
     if (&manipulator != m_model || m_revision != KtModelRevision::current()) rebind(manipulator);
@@ -90,10 +105,15 @@ class KtManipulatorActivePositionState
  private:
   void rebind(const KtIndividualManipulator& manipulator);
   void invalidateFrom(std::size_t firstLink);
+  // Fills the persistent forms from the frame records.
+  void exportFrames() const;
 
   KtPositionState m_positionState;
-  KtXmlVectorType<KtLinkPositionState> m_linkPositionStates;
-  KtLinkPositionState m_basePositionState;
+  std::vector<KtLinkFrames> m_linkFrames;
+  KtLinkFrames m_baseFrames;
+  // The persistent forms, current only while a document is read or written.
+  mutable KtXmlVectorType<KtLinkPositionState> m_linkPositionStates;
+  mutable KtLinkPositionState m_basePositionState;
 
   std::vector<KtJointPlan> m_jointPlans;
   KtFrameSweep m_frameSweep;

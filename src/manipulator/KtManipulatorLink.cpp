@@ -176,49 +176,55 @@ void KtManipulatorLink::copyPropertiesFrom(const KtManipulatorLink& source) {
 // The sines and cosines of all the half joint values come first, in one pass without branches
 // that the compiler vectorises; then the compositions follow, outward. A half-angle row turns
 // its parent's frame directly and only notes its joint value, so that its own transformation
-// is built only if someone asks for it.
-const KtLinkPositionState& KtManipulatorLink::locate(KtManipulatorActivePositionState& positions) const {
-  KtLinkPositionState& record = positions.linkPositionState(static_cast<std::size_t>(m_linkIndex));
-  if (record.isValid()) return record;
+// is built only if someone asks for it. The path is a list of link indices, and what the sweep
+// needs of each joint comes from the state's plans, so the loops walk plain arrays.
+const KtLinkFrames& KtManipulatorLink::locate(KtManipulatorActivePositionState& positions) const {
+  const KtLinkFrames& record = positions.linkFrames(static_cast<std::size_t>(m_linkIndex));
+  return record.isValid() ? record : sweepFrames(positions);
+}
+
+// Kept out of line so that a query finding its record valid does not pay for the sweep's
+// registers and stack.
+[[gnu::noinline]] const KtLinkFrames& KtManipulatorLink::sweepFrames(
+    KtManipulatorActivePositionState& positions) const {
+  KtLinkFrames* const frames = positions.linkFramesData();
   KtFrameSweep& sweep = positions.frameSweep();
-  sweep.links.clear();
+  std::size_t* const path = sweep.path.data();
+  std::size_t count = 0;
   const KtManipulatorLink* ancestor = this;
   // Indices grow away from the base, and a change drops the records of a range of indices to
   // the end, so every ancestor of a valid record is valid and every descendant of an invalid
   // one invalid.
-  for (; ancestor->m_linkIndex >= 0; ancestor = ancestor->m_parent) {
-    if (positions.linkPositionState(static_cast<std::size_t>(ancestor->m_linkIndex)).isValid()) break;
-    sweep.links.push_back(ancestor);
-  }
-  std::reverse(sweep.links.begin(), sweep.links.end());
-  for (const KtManipulatorLink* link = this; link->childCount() == 1;) {
-    link = &link->child(0);
-    sweep.links.push_back(link);
-  }
+  for (; ancestor->m_linkIndex >= 0 && !frames[ancestor->m_linkIndex].isValid();
+       ancestor = ancestor->m_parent)
+    path[count++] = static_cast<std::size_t>(ancestor->m_linkIndex);
+  std::reverse(path, path + count);
+  const KtJointPlan* const plans = positions.jointPlanData();
+  const std::size_t linkCount = positions.linkCount();
+  for (std::size_t last = path[count - 1]; plans[last].soleChild && last + 1 < linkCount;)
+    path[count++] = ++last;
 
-  const std::size_t count = sweep.links.size();
-  for (std::size_t i = 0; i < count; ++i)
-    sweep.halfAngles[i] =
-        0.5 * positions.jointPosition(static_cast<std::size_t>(sweep.links[i]->m_linkIndex));
+  const std::vector<KtReal>& joints = positions.positionState().jointPositions();
+  for (std::size_t k = 0; k < count; ++k) {
+    sweep.values[k] = path[k] < joints.size() ? joints[path[k]] : 0.0;
+    sweep.halfAngles[k] = 0.5 * sweep.values[k];
+  }
   Kt::sinCosMany(sweep.halfAngles.data(), sweep.sines.data(), sweep.cosines.data(), count);
 
   const Kt::coordinateSystemTransformation* parentFrame = &ancestor->locate(positions).dhFrame();
-  for (std::size_t i = 0; i < count; ++i) {
-    const auto index = static_cast<std::size_t>(sweep.links[i]->m_linkIndex);
-    const KtJointPlan& plan = positions.jointPlan(index);
-    const KtReal q = positions.jointPosition(index);
-    KtLinkPositionState& linkRecord = positions.linkPositionState(index);
-    const Kt::coordinateSystemTransformation& primaryOffset = plan.kinematics->primaryFrame();
+  for (std::size_t k = 0; k < count; ++k) {
+    const KtJointPlan& plan = plans[path[k]];
+    KtLinkFrames& linkRecord = frames[path[k]];
     if (plan.halfAngleRow != nullptr) {
-      plan.halfAngleRow->noteHalfAngles(q, sweep.sines[i], sweep.cosines[i]);
-      linkRecord.store(plan.halfAngleRow->composedOnto(*parentFrame, sweep.sines[i], sweep.cosines[i]),
-                       primaryOffset);
+      plan.halfAngleRow->noteHalfAngles(sweep.values[k], sweep.sines[k], sweep.cosines[k]);
+      plan.halfAngleRow->composeOnto(*parentFrame, sweep.sines[k], sweep.cosines[k], linkRecord.dh);
+      linkRecord.storePrimaryFrame(plan.primaryOffset);
     } else {
-      linkRecord.store(*parentFrame, plan.kinematics->dhTransform(q), primaryOffset);
+      linkRecord.store(*parentFrame, plan.kinematics->dhTransform(sweep.values[k]), plan.primaryOffset);
     }
-    parentFrame = &linkRecord.dhFrame();
+    parentFrame = &linkRecord.dh;
   }
-  return record;
+  return frames[m_linkIndex];
 }
 
 bool KtManipulatorLink::hasRecord(KtManipulatorActiveState& state, const char* message) const {

@@ -17,7 +17,7 @@
 class KtIndividualManipulator;
 class KtManipulatorActivePositionState;
 class KtManipulatorActiveState;
-class KtLinkPositionState;
+struct KtLinkFrames;
 struct KtLinkMotion;
 
 // One link of a manipulator's tree: its label, its joint kinematics, its child links (the
@@ -159,7 +159,9 @@ class KtManipulatorLink : public KtXmlCloneable<KtManipulatorLink, KtXmlCompound
   void registerBaseLinkComponents();
 
   // The record of this link's frames, computed (with its ancestors') when not valid.
-  virtual const KtLinkPositionState& locate(KtManipulatorActivePositionState& positions) const;
+  virtual const KtLinkFrames& locate(KtManipulatorActivePositionState& positions) const;
+  // The frame sweep that locate() runs when this link's record is stale.
+  const KtLinkFrames& sweepFrames(KtManipulatorActivePositionState& positions) const;
   // Whether the state has a record for this link; prints the operation's message otherwise.
   bool hasRecord(KtManipulatorActiveState& state, const char* message) const;
   // The motion record of this link, computed (with its ancestors') when not valid; the link

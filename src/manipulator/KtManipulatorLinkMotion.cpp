@@ -100,7 +100,7 @@ bool KtManipulatorLink::primaryFrameVelocityInSystem(KtManipulatorActiveState& s
     return outOfRange(velocity);
   }
   const KtLinkMotion& own = motion(state);
-  const KtLinkPositionState& frames = locate(state.activePositionState());
+  const KtLinkFrames& frames = locate(state.activePositionState());
   const Kt::Vector offset = frames.primaryFrame().translation() - frames.dhFrame().translation();
   velocity.setLinear(own.linearVelocity + own.angularVelocity.cross(offset));
   velocity.setAngular(own.angularVelocity);
@@ -123,7 +123,7 @@ bool KtManipulatorLink::dhFrameAccelerationInLocal(KtManipulatorActiveState& sta
 // R turns with w, its rate is R I Rᵀ α + w × (R I Rᵀ w).
 KtManipulatorLink::MassMotion KtManipulatorLink::massMotion(KtManipulatorActiveState& state) const {
   const KtLinkMotion& own = motion(state);
-  const KtLinkPositionState& frames = locate(state.activePositionState());
+  const KtLinkFrames& frames = locate(state.activePositionState());
   const Kt::Orientation& toSystem = frames.primaryFrame().orientation();
   const Kt::Orientation toPrimary = toSystem.inverse();
   const KtSymmetricTensor inertia = m_massProperties.inertiaAboutCenterOfMass();

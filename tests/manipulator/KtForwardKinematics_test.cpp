@@ -4,6 +4,7 @@
 #include "manipulator/ManipulatorTestSupport.h"
 #include "support/AllocationCounter.h"
 #include "support/PrintCapture.h"
+#include "xml/KtXmlTextDocuments.h"
 
 using namespace manipulator_test;
 
@@ -133,8 +134,8 @@ TEST(KtForwardKinematicsTest, OnlyChangedJointsAreRecomputed) {
   q[3] += 0.1;
   active.activePositionState().setJointPositions(q);
   // Links before the changed joint keep their frames; after it, only joint 3 is new.
-  EXPECT_TRUE(active.activePositionState().linkPositionStates()[2].isValid());
-  EXPECT_FALSE(active.activePositionState().linkPositionStates()[3].isValid());
+  EXPECT_TRUE(active.activePositionState().linkFrames(2).isValid());
+  EXPECT_FALSE(active.activePositionState().linkFrames(3).isValid());
   arm->link(6).dhFrameInSystem(active);
   EXPECT_EQ(computations(), afterFirst + 1);
   expectJointTransformsFresh();
@@ -147,9 +148,10 @@ TEST(KtForwardKinematicsTest, SiblingsShareTheirParentsFrame) {
   KtManipulatorActiveState active;
   active.activePositionState().setJointPositions(randomJoints(rng, 4));
   arm->link(2).primaryFrameInSystem(active);  // the deepest link computes its ancestors
-  const auto& records = active.activePositionState().linkPositionStates();
-  EXPECT_TRUE(records[0].isValid() && records[1].isValid() && records[2].isValid());
-  EXPECT_FALSE(records[3].isValid());
+  const auto& records = active.activePositionState();
+  EXPECT_TRUE(records.linkFrames(0).isValid() && records.linkFrames(1).isValid() &&
+              records.linkFrames(2).isValid());
+  EXPECT_FALSE(records.linkFrames(3).isValid());
   const std::uint64_t parentComputations = arm->link(0).kinematics().transformComputations();
   arm->link(3).dhFrameInSystem(active);
   EXPECT_EQ(arm->link(0).kinematics().transformComputations(), parentComputations);
@@ -172,10 +174,36 @@ TEST(KtForwardKinematicsTest, QueriesRunOnAlongUnbranchedChains) {
     KtManipulatorActiveState active;
     active.activePositionState().setJointPositions(randomJoints(rng, c.arm.jointDof()));
     c.arm.link(c.asked).dhFrameInSystem(active);
-    const auto& records = active.activePositionState().linkPositionStates();
-    for (std::size_t i = 0; i < records.size(); ++i) EXPECT_EQ(records[i].isValid(), c.valid[i]) << i;
+    const auto& records = active.activePositionState();
+    for (std::size_t i = 0; i < records.linkCount(); ++i)
+      EXPECT_EQ(records.linkFrames(i).isValid(), c.valid[i]) << i;
     expectFramesFresh(c.arm, active);
   }
+}
+
+// The cached frames go into a document and come back exactly, valid or not, the primary
+// frames included whether or not the link has a primary offset.
+TEST(KtForwardKinematicsTest, CachedFramesSurviveWritingAndReading) {
+  TestRandom rng(29);
+  const auto arm = treeArm(rng);
+  KtManipulatorActiveState active;
+  KtManipulatorActivePositionState& written = active.activePositionState();
+  written.setJointPositions(randomJoints(rng, 4));
+  arm->link(2).primaryFrameInSystem(active);  // links 0 to 2 and the base, not link 3
+  KtManipulatorActivePositionState read;
+  ASSERT_TRUE(ktTestRead(read, ktTestWrite(written)));
+  EXPECT_TRUE(read.isEqual(written) && written.isEqual(read));
+  ASSERT_EQ(read.linkCount(), 4u);
+  std::vector<std::pair<const KtLinkFrames*, const KtLinkFrames*>> pairs{
+      {&read.baseFrames(), &written.baseFrames()}};
+  for (std::size_t i = 0; i < 4; ++i) pairs.emplace_back(&read.linkFrames(i), &written.linkFrames(i));
+  for (const auto& [back, original] : pairs) {
+    EXPECT_EQ(back->isValid(), original->isValid());
+    if (!original->isValid()) continue;
+    EXPECT_EQ(back->dhFrame(), original->dhFrame());
+    EXPECT_EQ(back->primaryFrame(), original->primaryFrame());
+  }
+  EXPECT_FALSE(read.linkFrames(3).isValid());
 }
 
 TEST(KtForwardKinematicsTest, WarmQueriesDoNotAllocate) {

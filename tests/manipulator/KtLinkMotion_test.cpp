@@ -292,7 +292,7 @@ TEST(KtLinkMotionTest, OutOfRangeIndicesReportAndGiveIdentityOrZero) {
       Motion{{}, {1, 2, 3}, {0.1, 0.2, 0.3}, {}, std::vector<double>(7, 1.0)}.velocityState());
   active.activePositionState().setJointPositions(std::vector<double>(7, 0.3));
   arm->link(6).dhFrameInSystem(active);
-  active.activePositionState().resizeLinkPositionStates(6);  // a state one link short
+  active.activePositionState().resizeLinkFrames(6);  // a state one link short
   const KtManipulatorLink& link = arm->link(6);
   PrintCapture capture;
   EXPECT_EQ(link.primaryFrameInSystem(active).mode(), Kt::coordinateSystemTransformation::modeIdentity);

@@ -173,7 +173,7 @@ TEST(KtStatedSystemActiveStateTest, EveryWritePathShowsInTheNextQueryAndOnlyThen
       EXPECT_EQ(written.activeState(m), &active) << name;
       EXPECT_EQ(active.activePositionState().frameChanges(), frameChanges) << name;
       for (std::size_t i = 0; i < arm.jointDof(); ++i) {
-        EXPECT_TRUE(active.activePositionState().linkPositionStates()[i].isValid()) << name << " link " << i;
+        EXPECT_TRUE(active.activePositionState().linkFrames(i).isValid()) << name << " link " << i;
         EXPECT_TRUE(active.linkMotions().link(i).valid) << name << " link " << i;
       }
     }
