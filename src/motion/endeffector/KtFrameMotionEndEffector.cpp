@@ -112,8 +112,8 @@ bool KtFrameMotionEndEffector::calculatePlacement(const KtIndividualManipulator&
   Kt::coordinateSystemTransformation frame;
   if (!calculateFramePlacement(manipulator, state, frame)) return false;
   if (!makeRelative(manipulator, state, frame)) {
-    ktPrint(KtSeverity::Error, "KtFrameEndEffector::calculatePlacement(): bad label on relative link: %s.\n",
-            relativeLinkData().relativeLinkId().c_str());
+    ktPrint(KtSeverity::Error, kBadReferenceLink, "KtFrameEndEffector::calculatePlacement()",
+            KtManipulatorLink::kNoIndex);
     return false;
   }
   placement = frame;

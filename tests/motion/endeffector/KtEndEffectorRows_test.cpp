@@ -188,8 +188,8 @@ TEST(KtEndEffectorRowsTest, FailuresAreReportedExactlyAndWriteOnlyWhatTheyMay) {
             : name +
                   (good->rowCount() == 3 ? "::calculatePointPlacement()" : "::calculate2DPointPlacement()") +
                   ": bad label on point end effector: nowhere.\n",
-        frameLike ? "KtFrameEndEffector::calculatePlacement(): bad label on relative link: elsewhere.\n"
-                  : name + "::calculatePlacement(): bad index on relative link: -1.\n"};
+        (frameLike ? std::string("KtFrameEndEffector") : name) +
+            "::calculatePlacement(): bad index on relative link: -1.\n"};
     const std::size_t rows = good->rowCount();
     const std::unique_ptr<KtXmlObject> copy = good->newInstance();
     auto& bad = static_cast<KtEndEffector&>(*copy);
