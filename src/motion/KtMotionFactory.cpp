@@ -20,6 +20,8 @@
 #include "motion/endeffector/KtSlidingEndEffector.h"
 #include "motion/endeffector/KtSpatialMomentumEndEffector.h"
 #include "motion/endeffector/KtXyEndEffector.h"
+#include "motion/expression/KtControlExpressionContainer.h"
+#include "motion/expression/KtScalarConstantExpression.h"
 #include "xml/KtXmlFactory.h"
 
 namespace {
@@ -46,6 +48,8 @@ const bool registered = [] {
   factory.registerClass<KtLookAtEndEffector>();
   factory.registerClass<KtCenterOfMassEndEffector>();
   factory.registerClass<KtSpatialMomentumEndEffector>();
+  factory.registerClass<KtControlExpressionContainer>();
+  factory.registerClass<KtScalarConstantExpression>();
   return true;
 }();
 

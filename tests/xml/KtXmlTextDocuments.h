@@ -19,3 +19,13 @@ inline bool ktTestRead(KtXmlObject& object, const std::string& text, const std::
   std::istringstream in(text);
   return ktReadObjectFromStream(object, in, name);
 }
+
+// Writes the object, reads the text into `fresh` and writes that again: the two texts must agree
+// byte for byte and the objects compare equal. Returns the text.
+inline std::string ktTestWrittenTwice(const KtXmlObject& original, KtXmlObject& fresh) {
+  const std::string once = ktTestWrite(original);
+  EXPECT_TRUE(ktTestRead(fresh, once));
+  EXPECT_TRUE(fresh.isEqual(original)) << once;
+  EXPECT_EQ(ktTestWrite(fresh), once);
+  return once;
+}

@@ -16,18 +16,6 @@
 
 using namespace endeffector_test;
 
-namespace {}  // namespace
-
-// Writes the object, reads the text into `fresh` and writes that again: the two texts must agree
-// byte for byte and the objects compare equal.
-std::string writtenTwice(const KtXmlObject& original, KtXmlObject& fresh) {
-  const std::string once = ktTestWrite(original);
-  EXPECT_TRUE(ktTestRead(fresh, once));
-  EXPECT_TRUE(fresh.isEqual(original)) << once;
-  EXPECT_EQ(ktTestWrite(fresh), once);
-  return once;
-}
-
 // Each class is made by the factory from its element and goes through a document byte for byte
 // with every field set; at their defaults the frame-like classes' own weights and distances are
 // left out. The motion filters write what differs from their defaults, and only that.
@@ -41,7 +29,7 @@ TEST(KtEndEffectorClassesTest, DocumentsRoundTripByteIdentically) {
     const std::string plain = ktTestWrite(*made);
     for (const char* field : {"ErrorWeight", "errorWeight", "focusDistance"})
       EXPECT_EQ(plain.find(field), std::string::npos) << field;
-    const std::string once = writtenTwice(*original, *made);
+    const std::string once = ktTestWrittenTwice(*original, *made);
     EXPECT_NE(once.find("<ct:" + original->elementToken().name()), std::string::npos) << once;
   }
 
@@ -64,7 +52,7 @@ TEST(KtEndEffectorClassesTest, DocumentsRoundTripByteIdentically) {
                   {"<ct:offset x=\"0.5\" y=\"-1\" z=\"2\"/>", "<ct:angularWeight>0.75</ct:angularWeight>",
                    "<ct:angularGain>3</ct:angularGain>"}}};
   for (const auto& f : filters) {
-    const std::string text = writtenTwice(f.filter, *f.filter.newInstance());
+    const std::string text = ktTestWrittenTwice(f.filter, *f.filter.newInstance());
     for (const std::string& written : f.written) EXPECT_NE(text.find(written), std::string::npos) << written;
     for (const std::string field : {"threshold", "linearGain", "angularGain", "angularWeight", "offset"}) {
       const bool given = std::any_of(f.written.begin(), f.written.end(), [&](const std::string& w) {

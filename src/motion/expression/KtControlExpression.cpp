@@ -1,0 +1,6 @@
+#include "motion/expression/KtControlExpression.h"
+
+bool KtControlExpression::read(KtXmlReader& reader) {
+  noteTreeChanged();
+  return KtBaseExpressionTreeElement::read(reader);
+}

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "motion/expression/KtControlExpression.h"
+#include "xml/KtXmlBasicType.h"
+
+// A fixed scalar (element scalarConstant, component value, default 0): the usual gradient
+// scale α of a control core.
+class KtScalarConstantExpression : public KtXmlCloneable<KtScalarConstantExpression, KtControlExpression> {
+ public:
+  KtScalarConstantExpression() = default;
+  explicit KtScalarConstantExpression(KtReal value) { m_constant = value; }
+
+  const KtToken& elementToken() const override;
+  KtReal constant() const { return m_constant; }
+  void setConstant(KtReal value) { m_constant = value; }
+
+  bool prepare(const KtControlContext& context) override;
+  bool evaluate(const KtControlContext& context) override;
+
+ protected:
+  void registerComponents() override;
+
+ private:
+  KtXmlBasicType<KtReal> m_constant;
+};
