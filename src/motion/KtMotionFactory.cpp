@@ -21,7 +21,7 @@
 #include "motion/endeffector/KtSpatialMomentumEndEffector.h"
 #include "motion/endeffector/KtXyEndEffector.h"
 #include "motion/expression/KtControlExpressionContainer.h"
-#include "motion/expression/KtScalarConstantExpression.h"
+#include "motion/expression/KtControlExpressionScalarConstant.h"
 #include "xml/KtXmlFactory.h"
 
 namespace {
@@ -49,7 +49,7 @@ const bool registered = [] {
   factory.registerClass<KtCenterOfMassEndEffector>();
   factory.registerClass<KtSpatialMomentumEndEffector>();
   factory.registerClass<KtControlExpressionContainer>();
-  factory.registerClass<KtScalarConstantExpression>();
+  factory.registerClass<KtControlExpressionScalarConstant>();
   return true;
 }();
 

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "motion/expression/KtControlExpressionContainer.h"
-#include "motion/expression/KtScalarConstantExpression.h"
+#include "motion/expression/KtControlExpressionScalarConstant.h"
 #include "support/PrintCapture.h"
 #include "xml/KtXmlTextDocuments.h"
 
@@ -12,7 +12,7 @@
 // a tree read from text evaluates; reading an expression moves the tree revision on, so that
 // owners know to prepare again.
 TEST(KtControlExpressionContainerTest, HoldsOneExpressionThroughDocuments) {
-  KtControlExpressionContainer original(std::make_unique<KtScalarConstantExpression>(2.5));
+  KtControlExpressionContainer original(std::make_unique<KtControlExpressionScalarConstant>(2.5));
   KtControlExpressionContainer copy;
   const auto before = KtControlExpression::treeRevision();
   const std::string text = ktTestWrittenTwice(original, copy);
@@ -38,7 +38,7 @@ TEST(KtControlExpressionContainerTest, ReportsSurplusAndMissingExpressions) {
                          "</ct:controlExpressionContainer>\n",
                          "two.xml"));
   ASSERT_EQ(container.size(), 1u);
-  EXPECT_EQ(static_cast<const KtScalarConstantExpression&>(*container.expression()).constant(), 1.0);
+  EXPECT_EQ(static_cast<const KtControlExpressionScalarConstant&>(*container.expression()).constant(), 1.0);
 
   container.setExpression(nullptr);
   EXPECT_FALSE(container.prepare(KtControlContext{}));

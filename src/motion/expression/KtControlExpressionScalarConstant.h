@@ -5,10 +5,11 @@
 
 // A fixed scalar (element scalarConstant, component value, default 0): the usual gradient
 // scale α of a control core.
-class KtScalarConstantExpression : public KtXmlCloneable<KtScalarConstantExpression, KtControlExpression> {
+class KtControlExpressionScalarConstant
+    : public KtXmlCloneable<KtControlExpressionScalarConstant, KtControlExpression> {
  public:
-  KtScalarConstantExpression() = default;
-  explicit KtScalarConstantExpression(KtReal value) { m_constant = value; }
+  KtControlExpressionScalarConstant() = default;
+  explicit KtControlExpressionScalarConstant(KtReal value) { m_constant = value; }
 
   const KtToken& elementToken() const override;
   KtReal constant() const { return m_constant; }

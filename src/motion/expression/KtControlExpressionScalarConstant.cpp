@@ -1,24 +1,24 @@
-#include "motion/expression/KtScalarConstantExpression.h"
+#include "motion/expression/KtControlExpressionScalarConstant.h"
 
 #include "xml/KtXmlNamespaces.h"
 
-const KtToken& KtScalarConstantExpression::elementToken() const {
+const KtToken& KtControlExpressionScalarConstant::elementToken() const {
   static const KtToken token(ktNamespaceCt, "scalarConstant");
   return token;
 }
 
-void KtScalarConstantExpression::registerComponents() {
+void KtControlExpressionScalarConstant::registerComponents() {
   KtControlExpression::registerComponents();
   static const KtToken value(ktNamespaceCt, "value");
   registerComponent(value, m_constant);
 }
 
-bool KtScalarConstantExpression::prepare(const KtControlContext&) {
+bool KtControlExpressionScalarConstant::prepare(const KtControlContext&) {
   m_value.shapeAsScalar();
   return true;
 }
 
-bool KtScalarConstantExpression::evaluate(const KtControlContext&) {
+bool KtControlExpressionScalarConstant::evaluate(const KtControlContext&) {
   m_value.scalar() = m_constant;
   return true;
 }
