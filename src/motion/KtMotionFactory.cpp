@@ -22,6 +22,10 @@
 #include "motion/endeffector/KtXyEndEffector.h"
 #include "motion/expression/KtControlExpressionContainer.h"
 #include "motion/expression/KtControlExpressionScalarConstant.h"
+#include "motion/velocity/KtControlExpressionCore.h"
+#include "motion/velocity/KtIndividualVelocityControlDescription.h"
+#include "motion/velocity/KtVelocityControlSystem.h"
+#include "motion/velocity/KtWlsSoftConstraintHandler.h"
 #include "xml/KtXmlFactory.h"
 
 namespace {
@@ -50,6 +54,10 @@ const bool registered = [] {
   factory.registerClass<KtSpatialMomentumEndEffector>();
   factory.registerClass<KtControlExpressionContainer>();
   factory.registerClass<KtControlExpressionScalarConstant>();
+  factory.registerClass<KtControlExpressionCore>();
+  factory.registerClass<KtWlsSoftConstraintHandler>();
+  factory.registerClass<KtIndividualVelocityControlDescription>();
+  factory.registerClass<KtVelocityControlSystem>();
   return true;
 }();
 

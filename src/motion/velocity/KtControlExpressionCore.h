@@ -1,0 +1,63 @@
+#pragma once
+
+#include <cstddef>
+#include <vector>
+
+#include "math/ReArray.h"
+#include "motion/endeffector/KtEndEffectorSet.h"
+#include "motion/expression/KtControlExpression.h"
+#include "motion/expression/KtControlExpressionContainer.h"
+#include "motion/velocity/KtCoreVelocityControlTool.h"
+#include "motion/velocity/KtWlsSoftConstraintHandler.h"
+#include "xml/KtXmlVariableVectorType.h"
+
+// The root of a control description's tree: its value is the joint rates q̇ (one per
+// joint-space column) that meet the hard end-effector rows exactly, J·q̇ = V, and spend the
+// remaining freedom on minimising ½·q̇ᵀ·W·q̇ + α·Fᵀ·q̇.
+//
+// W comes from the `matrix` container (n x n; the identity when empty), F from `vector`
+// (n entries; zero when empty) and α from `scalar` (0 when empty). The rows of end effectors
+// that are not hard constraints leave the exact rows and enter the cost through the first
+// soft-constraint handler (a default one, weight 1, when none is given; see
+// KtWlsSoftConstraintHandler). The rates of the secondary goals alone (the solve with V = 0)
+// are kept beside the full rates.
+class KtControlExpressionCore : public KtXmlCloneable<KtControlExpressionCore, KtControlExpression> {
+ public:
+  const KtToken& elementToken() const override;
+
+  KtControlExpressionContainer& matrix() { return m_matrix; }
+  KtControlExpressionContainer& vector() { return m_vector; }
+  KtControlExpressionContainer& scalar() { return m_scalar; }
+  KtXmlVariableVectorType<KtWlsSoftConstraintHandler>& softConstraintHandler() { return m_handlers; }
+
+  bool prepare(const KtControlContext& context) override;
+  bool evaluate(const KtControlContext& context) override;
+
+  // The last solve's rates: all of them, and those of the secondary goals alone.
+  const std::vector<KtReal>& jointRates() const { return m_value.column(); }
+  const std::vector<KtReal>& nullSpaceRates() const { return m_tool.nullSpaceRates(); }
+  const KtCoreVelocityControlTool& tool() const { return m_tool; }
+
+ protected:
+  void registerComponents() override;
+
+ private:
+  // Evaluates W, F and α (or takes their defaults) into the working weighting and gradient.
+  bool evaluateCost(const KtControlContext& context);
+  // Copies the hard rows of J and V into the working hard-row storage; false if all are hard.
+  bool separateSoftRows(const KtControlContext& context);
+  static std::size_t hardRowCount(const KtEndEffectorSet& set);
+  const KtWlsSoftConstraintHandler& handler() const;
+
+  KtControlExpressionContainer m_matrix;
+  KtControlExpressionContainer m_vector;
+  KtControlExpressionContainer m_scalar;
+  KtXmlVariableVectorType<KtWlsSoftConstraintHandler> m_handlers;
+
+  // Working data, sized in prepare().
+  KtCoreVelocityControlTool m_tool;
+  Kt::ReArray m_weighting;
+  std::vector<KtReal> m_gradient;
+  Kt::ReArray m_hardJacobian;
+  std::vector<KtReal> m_hardVelocities;
+};

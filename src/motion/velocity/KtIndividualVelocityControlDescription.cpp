@@ -1,0 +1,114 @@
+#include "motion/velocity/KtIndividualVelocityControlDescription.h"
+
+#include <algorithm>
+
+#include "foundation/Print.h"
+#include "manipulator/KtModelRevision.h"
+#include "xml/KtXmlNamespaces.h"
+
+namespace {
+constexpr std::size_t kBaseColumns = 6;
+}  // namespace
+
+const KtToken& KtIndividualVelocityControlDescription::elementToken() const {
+  static const KtToken token(ktNamespaceCt, "velocityControlDescription");
+  return token;
+}
+
+void KtIndividualVelocityControlDescription::registerComponents() {
+  KtXmlCompoundType::registerComponents();
+  static const KtToken label(ktNamespaceCt, "label"), container(ktNamespaceCt, "controlExpressionContainer"),
+      set(ktNamespaceCt, "endEffectorSet"), isOn(ktNamespaceCt, "isOn"),
+      isFixedBase(ktNamespaceCt, "isFixedBase");
+  registerComponent(label, m_label);
+  registerComponent(container, m_container);
+  registerComponent(set, m_endEffectorSet);
+  registerComponent(isOn, m_isOn);
+  registerComponent(isFixedBase, m_isFixedBase);
+}
+
+std::size_t KtIndividualVelocityControlDescription::columnCount(
+    const KtIndividualManipulator& manipulator) const {
+  return manipulator.jointDof() + (m_isFixedBase ? 0 : kBaseColumns);
+}
+
+// The end effectors' entry lists laid end to end, in set order; each must hold its end
+// effector's row count.
+bool KtIndividualVelocityControlDescription::stackVelocities(
+    const KtManipulatorEndEffectorVelocity& velocities) {
+  if (velocities.size() != m_endEffectorSet.size()) {
+    ktPrint(
+        KtSeverity::Error,
+        "KtIndividualVelocityControlDescription::calculateJointRates(): %zu end-effector velocities for %zu "
+        "end effectors.\n",
+        velocities.size(), m_endEffectorSet.size());
+    return false;
+  }
+  m_stackedVelocities.resize(m_endEffectorSet.totalRowCount());
+  for (std::size_t i = 0; i < velocities.size(); ++i) {
+    const KtEndEffectorVelocityEntries& entries = velocities.velocity(i);
+    if (entries.size() != m_endEffectorSet.rowCount(i)) {
+      ktPrint(
+          KtSeverity::Error,
+          "KtIndividualVelocityControlDescription::calculateJointRates(): end effector %zu has %zu rows but "
+          "%zu velocity entries.\n",
+          i, m_endEffectorSet.rowCount(i), entries.size());
+      return false;
+    }
+    std::copy(entries.begin(), entries.end(),
+              m_stackedVelocities.begin() + static_cast<std::ptrdiff_t>(m_endEffectorSet.firstRow(i)));
+  }
+  return true;
+}
+
+bool KtIndividualVelocityControlDescription::calculateJointRates(
+    const KtStatedSystem& stated, int manipulatorIndex, const KtManipulatorEndEffectorVelocity* velocities,
+    std::vector<KtReal>& rates, KtReal timeStep) {
+  // A bad index or a missing velocity leaves the context's pointers null; the tree's nodes
+  // report what they lack when they are prepared or evaluated.
+  KtControlContext context;
+  context.stated = &stated;
+  context.manipulatorIndex = manipulatorIndex;
+  context.endEffectorSet = &m_endEffectorSet;
+  context.isFixedBase = m_isFixedBase;
+  context.rowCount = m_endEffectorSet.totalRowCount();
+  context.timeStep = timeStep;
+  if (manipulatorIndex >= 0 && static_cast<std::size_t>(manipulatorIndex) < stated.system().size()) {
+    context.manipulator = &stated.system().manipulator(static_cast<std::size_t>(manipulatorIndex));
+    context.columnCount = columnCount(*context.manipulator);
+    if (static_cast<std::size_t>(manipulatorIndex) < stated.state().positionStates().size())
+      context.state = stated.activeState(manipulatorIndex);
+  }
+  rates.assign(context.columnCount, 0.0);
+  if (!m_isOn) return true;
+  if (velocities != nullptr) {
+    if (!stackVelocities(*velocities)) return false;
+    context.endEffectorVelocities = &m_stackedVelocities;
+  }
+  if (context.state != nullptr)
+    context.jacobian = &m_endEffectorSet.jacobian(*context.manipulator, m_isFixedBase, *context.state);
+
+  // A tree that failed to prepare is not tried again (nor reported again) until something
+  // it depends on changes.
+  const PreparedFor key{context.manipulator, KtModelRevision::current(), KtControlExpression::treeRevision(),
+                        context.columnCount, context.rowCount};
+  if (!(key == m_preparedFor)) {
+    m_prepared = m_container.prepare(context) && rootGivesRates(context.columnCount);
+    m_preparedFor = key;
+  }
+  if (!m_prepared || !m_container.evaluate(context)) return false;
+  const std::vector<KtReal>& result = m_container.value().column();
+  std::copy(result.begin(), result.end(), rates.begin());
+  return true;
+}
+
+bool KtIndividualVelocityControlDescription::rootGivesRates(std::size_t columns) const {
+  const KtExpressionValue& value = m_container.value();
+  if (value.isColumn() && value.rows() == columns) return true;
+  ktPrint(
+      KtSeverity::Error,
+      "KtIndividualVelocityControlDescription::calculateJointRates(): the control expression gives a %s of "
+      "%zu x %zu, not %zu joint rates.\n",
+      value.kindName(), value.rows(), value.columns(), columns);
+  return false;
+}

@@ -1,0 +1,146 @@
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "motion/velocity/VelocityTestSupport.h"
+#include "support/AllocationCounter.h"
+#include "support/PrintCapture.h"
+#include "xml/KtXmlTextDocuments.h"
+
+using namespace velocity_test;
+
+// Every operation with a bad manipulator or description index prints its own text and
+// changes nothing.
+TEST(KtVelocityControlSystemTest, ReportsBadIndicesAndChangesNothing) {
+  KtVelocityControlSystem control;
+  control.setManipulatorCount(1);
+  KtIndividualVelocityControlDescription labelled;
+  labelled.setLabel("second");
+  ASSERT_TRUE(control.addControlDescription(0, labelled));
+  const std::string before = ktTestWrite(control);
+  std::vector<KtEndEffectorRelativeLinkData> data;
+  const KtVelocityControlDescriptions descriptions;
+  const std::string prefix = "KtVelocityControlSystem::";
+  const struct {
+    std::function<bool()> call;
+    std::string text;
+  } cases[] = {
+      {[&] { return control.controlDescriptions(1) != nullptr; },
+       "controlDescriptions(): bad manipulator index (1)."},
+      {[&] { return control.getNumControlDescriptions(-1) != 0; },
+       "getNumControlDescriptions(): bad manipulator index (-1)."},
+      {[&] { return control.endEffectorRelativeLinkData(2, data); },
+       "endEffectorRelativeLinkData(): bad manipulator index (2)."},
+      {[&] { return control.individualVelocityControlDescription(1) != nullptr; },
+       "individualVelocityControlDescription(): bad manipulator index (1)."},
+      {[&] { return control.controlExpressionContainer(1) != nullptr; },
+       "controlExpressionContainer(): bad manipulator index (1)."},
+      {[&] { return control.endEffectorSet(1) != nullptr; }, "endEffectorSet(): bad manipulator index (1)."},
+      {[&] { return control.addControlDescription(1, labelled); },
+       "addControlDescription(): bad manipulator index (1)."},
+      {[&] { return control.deleteControlDescription(1, 0); },
+       "deleteControlDescription(): bad manipulator index (1)."},
+      {[&] { return control.deleteControlDescription(0, 2); },
+       "deleteControlDescription(): bad control description index (2)."},
+      {[&] { return control.deleteControlDescriptions(1); },
+       "deleteControlDescriptions(): bad manipulator index (1)."},
+      {[&] { return control.setControlDescriptions(1, descriptions); },
+       "setControlDescriptions(): bad manipulator index (1)."},
+      {[&] { return control.activeControlDescription(1) >= 0; },
+       "activeControlDescription(): bad manipulator index (1)."},
+      {[&] { return control.setActiveControlDescription(1, 0); },
+       "setActiveControlDescription(): bad manipulator index (1)."},
+      {[&] { return control.setActiveControlDescription(0, 2); },
+       "setActiveControlDescription(): bad control description index (2)."},
+      {[&] { return control.setActiveControlDescription(0, "third"); },
+       "setActiveControlDescription(): bad control description label (%d)."},
+      {[&] { return control.addDefaultControlDescription(1); },
+       "addDefaultControlDescription(): bad manipulator index (1)."},
+  };
+  for (const auto& c : cases) {
+    PrintCapture capture;
+    EXPECT_FALSE(c.call());
+    EXPECT_EQ(capture.text(), prefix + c.text);
+  }
+  EXPECT_EQ(ktTestWrite(control), before);
+}
+
+// Each manipulator keeps at least one description; deleting keeps the active one in force, or
+// falls back to the first; labels select descriptions; the whole system goes through a document.
+TEST(KtVelocityControlSystemTest, KeepsOneDescriptionAndTracksTheActiveOne) {
+  KtVelocityControlSystem control;
+  control.setManipulatorCount(2);
+  {
+    PrintCapture capture;
+    EXPECT_FALSE(control.deleteControlDescription(1, 0));
+    EXPECT_EQ(capture.text(),
+              "KtVelocityControlSystem::deleteControlDescription(): Only ONE control description exists and "
+              "can NOT be "
+              "deleted");
+  }
+  EXPECT_EQ(control.getNumControlDescriptions(1), 1);
+  for (const char* label : {"a", "b", "c"}) {
+    KtIndividualVelocityControlDescription description;
+    description.setLabel(label);
+    control.addControlDescription(1, description);
+  }
+  ASSERT_TRUE(control.setActiveControlDescription(1, "b"));
+  EXPECT_EQ(control.activeControlDescription(1), 2);
+  ASSERT_TRUE(control.deleteControlDescription(1, 1));
+  EXPECT_EQ(control.individualVelocityControlDescription(1)->label(), "b");
+  ASSERT_TRUE(control.deleteControlDescription(1, 1));
+  EXPECT_EQ(control.activeControlDescription(1), 0);
+  EXPECT_EQ(control.individualVelocityControlDescription(1)->label(), "default");
+
+  KtVelocityControlSystem copy;
+  ktTestWrittenTwice(control, copy);
+  ASSERT_TRUE(control.deleteControlDescriptions(1));
+  EXPECT_EQ(control.getNumControlDescriptions(1), 1);
+  EXPECT_EQ(copy.getNumControlDescriptions(1), 2);
+}
+
+// calculate() fills the joint velocities of every manipulator from its active description, after
+// checking that descriptions, manipulators, states and velocities agree in number; once warm it
+// allocates nothing.
+TEST(KtVelocityControlSystemTest, CalculatesEveryManipulatorAndChecksCounts) {
+  TestRandom rng(311);
+  FlangeControl arm(rng);
+  std::vector<KtManipulatorEndEffectorVelocity> velocities = {
+      randomVelocities(*arm.control.endEffectorSet(0), rng)};
+  std::vector<KtVelocityState> states(1);
+  ASSERT_TRUE(arm.control.calculate(arm.stated, velocities, states));
+  expectNear(times(arm.jacobian(), states[0].jointVelocities()), velocities[0].velocity(0), 1e-10);
+  {
+    NoAllocationGuard guard;
+    arm.control.calculate(arm.stated, velocities, states);
+  }
+
+  std::vector<KtVelocityState> twoStates(2);
+  velocities.resize(2);
+  PrintCapture capture;
+  EXPECT_FALSE(arm.control.calculate(arm.stated, velocities, twoStates));
+  EXPECT_FALSE(arm.control.calculate(arm.stated, velocities, states));
+  arm.control.setManipulatorCount(2);
+  EXPECT_FALSE(arm.control.integrityCheck(arm.stated));
+  const std::string head = "KtVelocityControlSystem::";
+  EXPECT_EQ(capture.text(),
+            head +
+                "calculate(): the number of control descriptions, 1, does not match the number of calculated "
+                "velocity states, 2.\n" +
+                head +
+                "integrityCheck(): the number of control descriptions, 1, does not match the number of "
+                "end-effector velocities, 2.\n" +
+                head +
+                "integrityCheck(): the number of control descriptions, 2, does not match the number of "
+                "manipulators, 1.\n");
+  KtStatedSystem stateless = arm.stated;
+  stateless.state().positionStates().clear();
+  arm.control.setManipulatorCount(1);
+  capture.clear();
+  EXPECT_FALSE(arm.control.integrityCheck(stateless));
+  EXPECT_EQ(
+      capture.text(),
+      head + "integrityCheck(): the number of states, 0, does not match the number of manipulators, 1.\n");
+}
