@@ -23,6 +23,7 @@
 #include "motion/expression/KtControlExpressionContainer.h"
 #include "motion/expression/KtControlExpressionScalarConstant.h"
 #include "motion/velocity/KtControlExpressionCore.h"
+#include "motion/velocity/KtControlExpressionCoreAb.h"
 #include "motion/velocity/KtIndividualVelocityControlDescription.h"
 #include "motion/velocity/KtVelocityControlSystem.h"
 #include "motion/velocity/KtWlsSoftConstraintHandler.h"
@@ -55,6 +56,7 @@ const bool registered = [] {
   factory.registerClass<KtControlExpressionContainer>();
   factory.registerClass<KtControlExpressionScalarConstant>();
   factory.registerClass<KtControlExpressionCore>();
+  factory.registerClass<KtControlExpressionCoreAb>();
   factory.registerClass<KtWlsSoftConstraintHandler>();
   factory.registerClass<KtIndividualVelocityControlDescription>();
   factory.registerClass<KtVelocityControlSystem>();

@@ -26,23 +26,27 @@ const KtWlsSoftConstraintHandler& KtControlExpressionCore::handler() const {
   return m_handlers.empty() ? unitWeight : m_handlers[0];
 }
 
-namespace {
-
-// Prepares an operand that may be left out, and checks the shape it gives.
-bool prepareOperand(KtControlExpressionContainer& operand, const KtControlContext& context, const char* name,
-                    KtExpressionValue::Kind kind, std::size_t rows, std::size_t columns) {
+bool KtControlExpressionCore::prepareOperand(KtControlExpressionContainer& operand,
+                                             const KtControlContext& context, const char* name,
+                                             KtExpressionValue::Kind kind, std::size_t rows,
+                                             std::size_t columns) const {
   if (!operand.hasExpression()) return true;
   if (!operand.prepare(context)) return false;
   const KtExpressionValue& value = operand.value();
   if (value.kind() == kind && value.rows() == rows && value.columns() == columns) return true;
   ktPrint(KtSeverity::Error,
-          "KtControlExpressionCore::prepare(): the %s operand gives a %s of %zu x %zu where %zu x %zu is "
-          "needed.\n",
+          "%s::prepare(): the %s operand gives a %s of %zu x %zu where %zu x %zu is needed.\n", className(),
           name, value.kindName(), value.rows(), value.columns(), rows, columns);
   return false;
 }
 
-}  // namespace
+bool KtControlExpressionCore::prepareCostOperands(const KtControlContext& context) {
+  const std::size_t n = context.columnCount;
+  using Kind = KtExpressionValue::Kind;
+  return prepareOperand(m_matrix, context, "matrix", Kind::matrix, n, n) &&
+         prepareOperand(m_vector, context, "vector", Kind::column, n, 1) &&
+         prepareOperand(m_scalar, context, "scalar", Kind::scalar, 1, 1);
+}
 
 bool KtControlExpressionCore::prepare(const KtControlContext& context) {
   if (context.manipulator == nullptr) {
@@ -52,11 +56,7 @@ bool KtControlExpressionCore::prepare(const KtControlContext& context) {
     return false;
   }
   const std::size_t n = context.columnCount;
-  using Kind = KtExpressionValue::Kind;
-  if (!prepareOperand(m_matrix, context, "matrix", Kind::matrix, n, n) ||
-      !prepareOperand(m_vector, context, "vector", Kind::column, n, 1) ||
-      !prepareOperand(m_scalar, context, "scalar", Kind::scalar, 1, 1) || !handler().getPointers(context))
-    return false;
+  if (!prepareCostOperands(context) || !handler().getPointers(context)) return false;
   m_weighting.setToZeros(n, n);
   m_gradient.assign(n, 0.0);
   const std::size_t hardRows = hardRowCount(*context.endEffectorSet);

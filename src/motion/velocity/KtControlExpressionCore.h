@@ -40,24 +40,33 @@ class KtControlExpressionCore : public KtXmlCloneable<KtControlExpressionCore, K
 
  protected:
   void registerComponents() override;
+  // The class name that messages start with.
+  virtual const char* className() const { return "KtControlExpressionCore"; }
+  // Prepares the matrix, vector and scalar containers and checks their shapes.
+  virtual bool prepareCostOperands(const KtControlContext& context);
+  // Evaluates them (or takes their defaults) into the working weighting W and gradient term α·F.
+  virtual bool evaluateCost(const KtControlContext& context);
+  // Prepares an operand that may be left out, and checks that it gives a value of that kind and size.
+  bool prepareOperand(KtControlExpressionContainer& operand, const KtControlContext& context,
+                      const char* name, KtExpressionValue::Kind kind, std::size_t rows,
+                      std::size_t columns) const;
+
+  KtControlExpressionContainer m_matrix;
+  KtControlExpressionContainer m_vector;
+  KtControlExpressionContainer m_scalar;
+  Kt::ReArray m_weighting;
+  std::vector<KtReal> m_gradient;
 
  private:
-  // Evaluates W, F and α (or takes their defaults) into the working weighting and gradient.
-  bool evaluateCost(const KtControlContext& context);
   // Copies the hard rows of J and V into the working hard-row storage; false if all are hard.
   bool separateSoftRows(const KtControlContext& context);
   static std::size_t hardRowCount(const KtEndEffectorSet& set);
   const KtWlsSoftConstraintHandler& handler() const;
 
-  KtControlExpressionContainer m_matrix;
-  KtControlExpressionContainer m_vector;
-  KtControlExpressionContainer m_scalar;
   KtXmlVariableVectorType<KtWlsSoftConstraintHandler> m_handlers;
 
   // Working data, sized in prepare().
   KtCoreVelocityControlTool m_tool;
-  Kt::ReArray m_weighting;
-  std::vector<KtReal> m_gradient;
   Kt::ReArray m_hardJacobian;
   std::vector<KtReal> m_hardVelocities;
 };

@@ -6,6 +6,7 @@
 
 #include "motion/expression/KtControlExpressionScalarConstant.h"
 #include "motion/velocity/KtControlExpressionCore.h"
+#include "motion/velocity/KtControlExpressionCoreAb.h"
 #include "motion/velocity/VelocityTestSupport.h"
 #include "support/AllocationCounter.h"
 #include "support/PrintCapture.h"
@@ -39,18 +40,31 @@ std::unique_ptr<Literal> literalColumn(const std::vector<double>& column) {
   return std::make_unique<Literal>(value);
 }
 
+std::unique_ptr<Literal> literalPair(const Kt::ReArray& a, const std::vector<double>& b) {
+  KtExpressionValue value;
+  value.shapeAsAb(b.size());
+  value.matrix() = a;
+  value.column() = b;
+  return std::make_unique<Literal>(value);
+}
+
 // A random symmetric positive definite n x n matrix: AᵀA plus a margin on the diagonal.
-std::unique_ptr<Literal> literalWeighting(TestRandom& rng, std::size_t n) {
-  Kt::ReArray a(n, n);
+Kt::ReArray randomWeighting(TestRandom& rng, std::size_t n) {
+  Kt::ReArray a(n, n), weighting(n, n);
   for (std::size_t r = 0; r < n; ++r)
     for (std::size_t c = 0; c < n; ++c) a[r][c] = rng.uniform(-1.0, 1.0);
-  KtExpressionValue value;
-  value.shapeAsMatrix(n, n);
   for (std::size_t r = 0; r < n; ++r) {
     for (std::size_t c = 0; c < n; ++c)
-      for (std::size_t k = 0; k < n; ++k) value.matrix()[r][c] += a[k][r] * a[k][c];
-    value.matrix()[r][r] += 0.5;
+      for (std::size_t k = 0; k < n; ++k) weighting[r][c] += a[k][r] * a[k][c];
+    weighting[r][r] += 0.5;
   }
+  return weighting;
+}
+
+std::unique_ptr<Literal> literalMatrix(const Kt::ReArray& matrix) {
+  KtExpressionValue value;
+  value.shapeAsMatrix(matrix.rows(), matrix.columns());
+  value.matrix() = matrix;
   return std::make_unique<Literal>(value);
 }
 
@@ -87,7 +101,7 @@ TEST(KtIndividualVelocityControlDescriptionTest, HardRowsAreMetAndTheCostIsOptim
     const double alpha = rng.uniform(-2.0, 2.0);
     const std::vector<double> gradient = manipulator_test::randomJoints(rng, 7, 1.0);
     if (trial % 2 == 1) {
-      core->matrix().setExpression(literalWeighting(rng, 7));
+      core->matrix().setExpression(literalMatrix(randomWeighting(rng, 7)));
       core->vector().setExpression(literalColumn(gradient));
       core->scalar().setExpression(std::make_unique<KtControlExpressionScalarConstant>(alpha));
     }
@@ -192,4 +206,31 @@ TEST(KtIndividualVelocityControlDescriptionTest, ReportsVelocitiesThatDoNotFitAn
   arm.description().setIsOn(false);
   EXPECT_TRUE(arm.description().calculateJointRates(arm.stated, 0, &shortOne, rates));
   EXPECT_EQ(rates, std::vector<double>(7, 0.0));
+}
+
+// The (A, b) core with the pairs (W, 0) and (0, −F) and scale α poses the same problem as the
+// plain core with W, F and α, and so gives the same rates.
+TEST(KtIndividualVelocityControlDescriptionTest, PairCoreSumsItsPairsIntoTheSameProblem) {
+  TestRandom rng(304);
+  FlangeControl arm(rng);
+  auto plain = std::make_unique<KtControlExpressionCore>();
+  const Kt::ReArray weighting = randomWeighting(rng, 7);
+  plain->matrix().setExpression(literalMatrix(weighting));
+  const std::vector<double> gradient = manipulator_test::randomJoints(rng, 7, 1.0);
+  std::vector<double> negated = gradient;
+  for (double& entry : negated) entry = -entry;
+  plain->vector().setExpression(literalColumn(gradient));
+  plain->scalar().setExpression(std::make_unique<KtControlExpressionScalarConstant>(0.7));
+  auto pairs = std::make_unique<KtControlExpressionCoreAb>();
+  pairs->matrix().setExpression(literalPair(weighting, std::vector<double>(7, 0.0)));
+  pairs->vector().setExpression(literalPair(Kt::ReArray(7, 7), negated));
+  pairs->scalar().setExpression(std::make_unique<KtControlExpressionScalarConstant>(0.7));
+
+  const KtManipulatorEndEffectorVelocity velocities = randomVelocities(*arm.control.endEffectorSet(0), rng);
+  std::vector<double> expected, rates;
+  arm.description().controlExpressionContainer().setExpression(std::move(plain));
+  ASSERT_TRUE(arm.description().calculateJointRates(arm.stated, 0, &velocities, expected));
+  arm.description().controlExpressionContainer().setExpression(std::move(pairs));
+  ASSERT_TRUE(arm.description().calculateJointRates(arm.stated, 0, &velocities, rates));
+  expectNear(rates, expected, 1e-12);
 }
