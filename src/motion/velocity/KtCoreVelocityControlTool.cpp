@@ -10,9 +10,9 @@
 namespace {
 
 // A pivot at most this fraction of its row's largest entry marks the row as dependent on the
-// rows above it. Rounding in a well-posed 6 x 7 factorisation stays near 1e-15, and a pose
-// close to a singularity still gives pivots far above this mark, so only rows that are
-// dependent to working precision are refused.
+// rows above it. Rounding leaves about 1e-15 of a dependent row of a small Jacobian; a pose
+// merely near a singularity has small pivots far above this mark, and its large rates are for
+// the caller to limit.
 constexpr KtReal kNegligiblePivot = 1e-12;
 
 KtReal largestMagnitude(const std::vector<KtReal>& row) {

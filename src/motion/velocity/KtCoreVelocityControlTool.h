@@ -15,9 +15,9 @@
 // the n x n core matrix [J; Nᵀ·W], which is factored once and solved twice: for the full
 // rates, and with V set to zero for the rates that come from the secondary goals alone.
 //
-// Rank deficiency: a pivot of J's factorisation (or of the core matrix's) that is negligible
-// against the largest entry of its row means that row depends on the rows before it. The
-// commanded motion then has no unique, finite solution, so the solve fails with a message
+// Rank deficiency: a pivot that is negligible against the largest entry of its row means the
+// row depends on the rows before it: J has dependent rows, or W is not definite on J's null
+// space. The rates then have no unique, finite value, so the solve fails with a message
 // instead of returning the huge or non-finite rates that division by a tiny pivot gives.
 //
 // All working storage is kept between calls and reshaped only when m or n change, so that a
@@ -30,8 +30,8 @@ class KtCoreVelocityControlTool {
   bool calcJointRates(const Kt::ReArray& J, const Kt::ReArray& W, const std::vector<KtReal>& F, KtReal alpha,
                       const std::vector<KtReal>& V, std::size_t n, const Kt::ReArray* sparsity = nullptr);
 
-  // Copies J, finds the null-space basis N of J and factors the core matrix [J; Nᵀ·W]. J is
-  // m x n with m <= n and W is n x n (calcJointRates checks both before calling).
+  // Copies J, finds the null-space basis N of J and factors the core matrix [J; Nᵀ·W]; n is
+  // W's size. J must be m x n with m <= n (m = 0 leaves every direction free).
   bool prep(const Kt::ReArray& J, const Kt::ReArray& W, const Kt::ReArray* sparsity = nullptr);
   // Solves the core matrix factored by the last successful prep for the right-hand side rhs.
   bool calc(const std::vector<KtReal>& rhs, std::vector<KtReal>& rates) const;
