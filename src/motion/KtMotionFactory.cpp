@@ -20,8 +20,25 @@
 #include "motion/endeffector/KtSlidingEndEffector.h"
 #include "motion/endeffector/KtSpatialMomentumEndEffector.h"
 #include "motion/endeffector/KtXyEndEffector.h"
+#include "motion/expression/KtControlExpressionAnd.h"
 #include "motion/expression/KtControlExpressionContainer.h"
+#include "motion/expression/KtControlExpressionCosine.h"
+#include "motion/expression/KtControlExpressionElementInverse.h"
+#include "motion/expression/KtControlExpressionElementLog.h"
+#include "motion/expression/KtControlExpressionElementLogN.h"
+#include "motion/expression/KtControlExpressionElementPow.h"
+#include "motion/expression/KtControlExpressionElementRoot.h"
+#include "motion/expression/KtControlExpressionGreaterThan.h"
+#include "motion/expression/KtControlExpressionGreaterThanOrEqualTo.h"
+#include "motion/expression/KtControlExpressionLessThan.h"
+#include "motion/expression/KtControlExpressionLessThanOrEqualTo.h"
+#include "motion/expression/KtControlExpressionMinus.h"
+#include "motion/expression/KtControlExpressionNegative.h"
+#include "motion/expression/KtControlExpressionPlus.h"
 #include "motion/expression/KtControlExpressionScalarConstant.h"
+#include "motion/expression/KtControlExpressionSine.h"
+#include "motion/expression/KtControlExpressionTimes.h"
+#include "motion/expression/KtControlExpressionTranspose.h"
 #include "xml/KtXmlFactory.h"
 
 namespace {
@@ -50,6 +67,23 @@ const bool registered = [] {
   factory.registerClass<KtSpatialMomentumEndEffector>();
   factory.registerClass<KtControlExpressionContainer>();
   factory.registerClass<KtControlExpressionScalarConstant>();
+  factory.registerClass<KtControlExpressionPlus>();
+  factory.registerClass<KtControlExpressionMinus>();
+  factory.registerClass<KtControlExpressionTimes>();
+  factory.registerClass<KtControlExpressionNegative>();
+  factory.registerClass<KtControlExpressionTranspose>();
+  factory.registerClass<KtControlExpressionElementInverse>();
+  factory.registerClass<KtControlExpressionElementPow>();
+  factory.registerClass<KtControlExpressionElementRoot>();
+  factory.registerClass<KtControlExpressionElementLog>();
+  factory.registerClass<KtControlExpressionElementLogN>();
+  factory.registerClass<KtControlExpressionSine>();
+  factory.registerClass<KtControlExpressionCosine>();
+  factory.registerClass<KtControlExpressionGreaterThan>();
+  factory.registerClass<KtControlExpressionGreaterThanOrEqualTo>();
+  factory.registerClass<KtControlExpressionLessThan>();
+  factory.registerClass<KtControlExpressionLessThanOrEqualTo>();
+  factory.registerClass<KtControlExpressionAnd>();
   return true;
 }();
 
