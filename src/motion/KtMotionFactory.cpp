@@ -23,13 +23,17 @@
 #include "motion/expression/KtControlExpressionAnd.h"
 #include "motion/expression/KtControlExpressionContainer.h"
 #include "motion/expression/KtControlExpressionCosine.h"
+#include "motion/expression/KtControlExpressionDiagonalMatrix.h"
 #include "motion/expression/KtControlExpressionElementInverse.h"
 #include "motion/expression/KtControlExpressionElementLog.h"
 #include "motion/expression/KtControlExpressionElementLogN.h"
 #include "motion/expression/KtControlExpressionElementPow.h"
 #include "motion/expression/KtControlExpressionElementRoot.h"
+#include "motion/expression/KtControlExpressionExpressionContainer.h"
+#include "motion/expression/KtControlExpressionGeneralColumn.h"
 #include "motion/expression/KtControlExpressionGreaterThan.h"
 #include "motion/expression/KtControlExpressionGreaterThanOrEqualTo.h"
+#include "motion/expression/KtControlExpressionIdentityMatrix.h"
 #include "motion/expression/KtControlExpressionLessThan.h"
 #include "motion/expression/KtControlExpressionLessThanOrEqualTo.h"
 #include "motion/expression/KtControlExpressionMinus.h"
@@ -37,6 +41,8 @@
 #include "motion/expression/KtControlExpressionPlus.h"
 #include "motion/expression/KtControlExpressionScalarConstant.h"
 #include "motion/expression/KtControlExpressionSine.h"
+#include "motion/expression/KtControlExpressionSingleElementColumn.h"
+#include "motion/expression/KtControlExpressionSingleElementMatrix.h"
 #include "motion/expression/KtControlExpressionTimes.h"
 #include "motion/expression/KtControlExpressionTranspose.h"
 #include "xml/KtXmlFactory.h"
@@ -67,6 +73,12 @@ const bool registered = [] {
   factory.registerClass<KtSpatialMomentumEndEffector>();
   factory.registerClass<KtControlExpressionContainer>();
   factory.registerClass<KtControlExpressionScalarConstant>();
+  factory.registerClass<KtControlExpressionIdentityMatrix>();
+  factory.registerClass<KtControlExpressionDiagonalMatrix>();
+  factory.registerClass<KtControlExpressionSingleElementMatrix>();
+  factory.registerClass<KtControlExpressionSingleElementColumn>();
+  factory.registerClass<KtControlExpressionGeneralColumn>();
+  factory.registerClass<KtControlExpressionExpressionContainer>();
   factory.registerClass<KtControlExpressionPlus>();
   factory.registerClass<KtControlExpressionMinus>();
   factory.registerClass<KtControlExpressionTimes>();
