@@ -21,6 +21,7 @@
 #include "motion/endeffector/KtSpatialMomentumEndEffector.h"
 #include "motion/endeffector/KtXyEndEffector.h"
 #include "motion/expression/KtControlExpressionAnd.h"
+#include "motion/expression/KtControlExpressionColumnTableFunction.h"
 #include "motion/expression/KtControlExpressionContainer.h"
 #include "motion/expression/KtControlExpressionCosine.h"
 #include "motion/expression/KtControlExpressionDiagonalMatrix.h"
@@ -29,13 +30,16 @@
 #include "motion/expression/KtControlExpressionElementLogN.h"
 #include "motion/expression/KtControlExpressionElementPow.h"
 #include "motion/expression/KtControlExpressionElementRoot.h"
+#include "motion/expression/KtControlExpressionEndEffectorErrorWeights.h"
 #include "motion/expression/KtControlExpressionExpressionContainer.h"
 #include "motion/expression/KtControlExpressionGeneralColumn.h"
 #include "motion/expression/KtControlExpressionGreaterThan.h"
 #include "motion/expression/KtControlExpressionGreaterThanOrEqualTo.h"
 #include "motion/expression/KtControlExpressionIdentityMatrix.h"
+#include "motion/expression/KtControlExpressionJointValue.h"
 #include "motion/expression/KtControlExpressionLessThan.h"
 #include "motion/expression/KtControlExpressionLessThanOrEqualTo.h"
+#include "motion/expression/KtControlExpressionMatrixToAb.h"
 #include "motion/expression/KtControlExpressionMinus.h"
 #include "motion/expression/KtControlExpressionNegative.h"
 #include "motion/expression/KtControlExpressionPlus.h"
@@ -45,6 +49,7 @@
 #include "motion/expression/KtControlExpressionSingleElementMatrix.h"
 #include "motion/expression/KtControlExpressionTimes.h"
 #include "motion/expression/KtControlExpressionTranspose.h"
+#include "motion/expression/KtControlExpressionVectorToAb.h"
 #include "xml/KtXmlFactory.h"
 
 namespace {
@@ -96,6 +101,11 @@ const bool registered = [] {
   factory.registerClass<KtControlExpressionLessThan>();
   factory.registerClass<KtControlExpressionLessThanOrEqualTo>();
   factory.registerClass<KtControlExpressionAnd>();
+  factory.registerClass<KtControlExpressionJointValue>();
+  factory.registerClass<KtControlExpressionColumnTableFunction>();
+  factory.registerClass<KtControlExpressionMatrixToAb>();
+  factory.registerClass<KtControlExpressionVectorToAb>();
+  factory.registerClass<KtControlExpressionEndEffectorErrorWeights>();
   return true;
 }();
 
