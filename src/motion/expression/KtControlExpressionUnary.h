@@ -19,6 +19,7 @@ class KtControlExpressionUnary : public KtControlExpression {
   void registerComponents() override;
   // The class name that messages start with.
   virtual const char* className() const = 0;
+  // The element name of the operand's container.
   virtual const KtToken& operandToken() const;
   // Shapes the result for an operand of this shape; false when the operand does not fit.
   virtual bool shapeFrom(const KtExpressionValue& operand) = 0;
