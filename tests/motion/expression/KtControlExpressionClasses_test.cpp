@@ -258,6 +258,18 @@ TEST(KtControlExpressionClassesTest, EvaluationDoesNotAllocate) {
   }
   EXPECT_EQ(tree->value().rows(), 3u);
   EXPECT_EQ(entries(side->value()), (std::vector<double>{0, 0, 0, 1, 1, 1}));
+
+  // A prepared joint value follows the state rather than keeping what it saw when prepared.
+  auto joint = made("jointValue");
+  ASSERT_TRUE(ktTestRead(*joint, document("jointValue", e("jointIndex", "2"))) &&
+              joint->prepare(setting.context));
+  for (double value : {-0.4, 1.25}) {
+    KtPositionState position = setting.stated.state().positionStates()[0];
+    position.jointPositions()[2] = value;
+    setting.stated.setIndividualState(0, position);
+    ASSERT_TRUE(joint->evaluate(setting.context));
+    EXPECT_EQ(joint->value().scalar(), value);
+  }
 }
 
 }  // namespace
