@@ -20,8 +20,36 @@
 #include "motion/endeffector/KtSlidingEndEffector.h"
 #include "motion/endeffector/KtSpatialMomentumEndEffector.h"
 #include "motion/endeffector/KtXyEndEffector.h"
+#include "motion/expression/KtControlExpressionAnd.h"
+#include "motion/expression/KtControlExpressionColumnTableFunction.h"
 #include "motion/expression/KtControlExpressionContainer.h"
+#include "motion/expression/KtControlExpressionCosine.h"
+#include "motion/expression/KtControlExpressionDiagonalMatrix.h"
+#include "motion/expression/KtControlExpressionElementInverse.h"
+#include "motion/expression/KtControlExpressionElementLog.h"
+#include "motion/expression/KtControlExpressionElementLogN.h"
+#include "motion/expression/KtControlExpressionElementPow.h"
+#include "motion/expression/KtControlExpressionElementRoot.h"
+#include "motion/expression/KtControlExpressionEndEffectorErrorWeights.h"
+#include "motion/expression/KtControlExpressionExpressionContainer.h"
+#include "motion/expression/KtControlExpressionGeneralColumn.h"
+#include "motion/expression/KtControlExpressionGreaterThan.h"
+#include "motion/expression/KtControlExpressionGreaterThanOrEqualTo.h"
+#include "motion/expression/KtControlExpressionIdentityMatrix.h"
+#include "motion/expression/KtControlExpressionJointValue.h"
+#include "motion/expression/KtControlExpressionLessThan.h"
+#include "motion/expression/KtControlExpressionLessThanOrEqualTo.h"
+#include "motion/expression/KtControlExpressionMatrixToAb.h"
+#include "motion/expression/KtControlExpressionMinus.h"
+#include "motion/expression/KtControlExpressionNegative.h"
+#include "motion/expression/KtControlExpressionPlus.h"
 #include "motion/expression/KtControlExpressionScalarConstant.h"
+#include "motion/expression/KtControlExpressionSine.h"
+#include "motion/expression/KtControlExpressionSingleElementColumn.h"
+#include "motion/expression/KtControlExpressionSingleElementMatrix.h"
+#include "motion/expression/KtControlExpressionTimes.h"
+#include "motion/expression/KtControlExpressionTranspose.h"
+#include "motion/expression/KtControlExpressionVectorToAb.h"
 #include "motion/velocity/KtControlExpressionCore.h"
 #include "motion/velocity/KtControlExpressionCoreAb.h"
 #include "motion/velocity/KtIndividualVelocityControlDescription.h"
@@ -60,6 +88,34 @@ const bool registered = [] {
   factory.registerClass<KtWlsSoftConstraintHandler>();
   factory.registerClass<KtIndividualVelocityControlDescription>();
   factory.registerClass<KtVelocityControlSystem>();
+  factory.registerClass<KtControlExpressionIdentityMatrix>();
+  factory.registerClass<KtControlExpressionDiagonalMatrix>();
+  factory.registerClass<KtControlExpressionSingleElementMatrix>();
+  factory.registerClass<KtControlExpressionSingleElementColumn>();
+  factory.registerClass<KtControlExpressionGeneralColumn>();
+  factory.registerClass<KtControlExpressionExpressionContainer>();
+  factory.registerClass<KtControlExpressionPlus>();
+  factory.registerClass<KtControlExpressionMinus>();
+  factory.registerClass<KtControlExpressionTimes>();
+  factory.registerClass<KtControlExpressionNegative>();
+  factory.registerClass<KtControlExpressionTranspose>();
+  factory.registerClass<KtControlExpressionElementInverse>();
+  factory.registerClass<KtControlExpressionElementPow>();
+  factory.registerClass<KtControlExpressionElementRoot>();
+  factory.registerClass<KtControlExpressionElementLog>();
+  factory.registerClass<KtControlExpressionElementLogN>();
+  factory.registerClass<KtControlExpressionSine>();
+  factory.registerClass<KtControlExpressionCosine>();
+  factory.registerClass<KtControlExpressionGreaterThan>();
+  factory.registerClass<KtControlExpressionGreaterThanOrEqualTo>();
+  factory.registerClass<KtControlExpressionLessThan>();
+  factory.registerClass<KtControlExpressionLessThanOrEqualTo>();
+  factory.registerClass<KtControlExpressionAnd>();
+  factory.registerClass<KtControlExpressionJointValue>();
+  factory.registerClass<KtControlExpressionColumnTableFunction>();
+  factory.registerClass<KtControlExpressionMatrixToAb>();
+  factory.registerClass<KtControlExpressionVectorToAb>();
+  factory.registerClass<KtControlExpressionEndEffectorErrorWeights>();
   return true;
 }();
 

@@ -1,0 +1,17 @@
+#pragma once
+
+#include "motion/expression/KtControlExpressionElementWise.h"
+
+// 1.0 where the first operand's entry is greater than or equal to the second's, else 0.0:
+// operands of the same shape entry by entry, a scalar spread over the other's entries; no
+// pairs.
+class KtControlExpressionGreaterThanOrEqualTo
+    : public KtXmlCloneable<KtControlExpressionGreaterThanOrEqualTo,
+                            KtControlExpressionElementWiseBinary<KtControlExpressionGreaterThanOrEqualTo>> {
+ public:
+  const KtToken& elementToken() const override;
+  static KtReal apply(KtReal x, KtReal y) { return x >= y ? 1.0 : 0.0; }
+
+ protected:
+  const char* className() const override { return "KtControlExpressionGreaterThanOrEqualTo"; }
+};
