@@ -71,7 +71,7 @@ class KtExpressionValue {
     }
   }
 
-  // A name of the kind and size for messages, e.g. "column of 7" or "6 x 7 matrix".
+  // The name of the kind for messages ("scalar", "column", "matrix", "pair (A, b)").
   const char* kindName() const;
 
  private:
