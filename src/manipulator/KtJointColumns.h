@@ -69,6 +69,12 @@ class KtJointColumns {
     return {axis.cross(r), axis};
   }
 
+  // The column of a link's own joint at `point`, from the link's frame record (which must be
+  // valid) and its joint plan, without asking the kinematics again; the arithmetic is that of
+  // at(), so the two agree exactly.
+  static KtJointColumn fromRecord(const KtManipulatorLink& link,
+                                  const KtManipulatorActivePositionState& positions, const Kt::Vector& point);
+
   // Calls visit(jointIndex, column) for each joint on the chain from link `linkIndex` to the
   // base, the link's own joint first, with the column at `point`. An index that names no link:
   // a message and false, and nothing is visited.
