@@ -34,10 +34,17 @@ bool prepared(const KtIndividualManipulator& manipulator, const KtDynamicsWorksp
 
 int parentIndex(const KtManipulatorLink& link) { return link.parentLink()->linkIndex(); }
 
-// A square matrix of the given size with every entry zero; reshaped only when its shape differs.
-void clear(Kt::ReArray& matrix, std::size_t size) {
+// Gives the matrix the column count's square shape (reshaping only when it differs) with every
+// entry zero, and notes its rows in the workspace, so that entries are written without a
+// checked lookup each.
+KtReal* const* clear(Kt::ReArray& matrix, KtDynamicsWorkspace& workspace) {
+  const std::size_t size = workspace.columnCount;
   if (matrix.rows() != size || matrix.columns() != size) matrix.setToZeros(size, size);
-  for (std::size_t r = 0; r < size; ++r) std::fill(matrix[r].begin(), matrix[r].end(), 0.0);
+  for (std::size_t r = 0; r < size; ++r) {
+    workspace.rows[r] = matrix[r].data();
+    std::fill(workspace.rows[r], workspace.rows[r] + size, 0.0);
+  }
+  return workspace.rows.data();
 }
 
 KtReal power(const KtJointColumn& motion, const Kt::Vector& force, const Kt::Vector& moment) {
@@ -112,6 +119,7 @@ void prepare(const KtIndividualManipulator& manipulator, KtDynamicsWorkspace& wo
   workspace.columnCount = columnCount(manipulator);
   workspace.motions.resize(workspace.linkCount);
   workspace.inertias.resize(workspace.linkCount);
+  workspace.rows.resize(workspace.columnCount);
 }
 
 // Each joint moves its subtree, which is the composite body i: M_ij = S_jᵀ I_i S_i for every
@@ -121,7 +129,7 @@ bool massMatrix(const KtIndividualManipulator& manipulator, KtManipulatorActiveS
   if (!prepared(manipulator, workspace, "massMatrix")) return false;
   const std::size_t n = workspace.linkCount;
   const bool freeBase = !manipulator.isFixedBase();
-  clear(mass, workspace.columnCount);
+  KtReal* const* const entries = clear(mass, workspace);
   gatherMotions(manipulator, state, workspace);
   for (std::size_t i = 0; i < n; ++i) {
     const KtManipulatorLink& link = manipulator.link(i);
@@ -140,16 +148,16 @@ bool massMatrix(const KtIndividualManipulator& manipulator, KtManipulatorActiveS
     for (const KtManipulatorLink* link = &manipulator.link(i); link->linkIndex() >= 0;
          link = link->parentLink()) {
       const auto j = static_cast<std::size_t>(link->linkIndex());
-      mass[i][j] = mass[j][i] = power(workspace.motions[j], force, moment);
+      entries[i][j] = entries[j][i] = power(workspace.motions[j], force, moment);
     }
     if (!freeBase) continue;
-    for (std::size_t k = 0; k < 6; ++k) mass[i][n + k] = mass[n + k][i] = power(base[k], force, moment);
+    for (std::size_t k = 0; k < 6; ++k) entries[i][n + k] = entries[n + k][i] = power(base[k], force, moment);
   }
   if (freeBase) {
     for (std::size_t k = 0; k < 6; ++k) {
       total.momentum(base[k], force, moment);
       for (std::size_t l = 0; l <= k; ++l)
-        mass[n + l][n + k] = mass[n + k][n + l] = power(base[l], force, moment);
+        entries[n + l][n + k] = entries[n + k][n + l] = power(base[l], force, moment);
     }
   }
   return true;
@@ -196,7 +204,7 @@ bool gravityTorqueDerivative(const KtIndividualManipulator& manipulator, KtManip
     return false;
   const std::size_t n = workspace.linkCount;
   const bool freeBase = !manipulator.isFixedBase();
-  clear(derivative, workspace.columnCount);
+  KtReal* const* const entries = clear(derivative, workspace);
   gatherMotions(manipulator, state, workspace);
   Kt::Vector baseOrigin;
   const std::array<KtJointColumn, 6> base = baseMotions(state, baseOrigin);
@@ -208,11 +216,10 @@ bool gravityTorqueDerivative(const KtIndividualManipulator& manipulator, KtManip
     for (const KtManipulatorLink* link = &manipulator.link(d); link->linkIndex() >= 0;
          link = link->parentLink()) {
       const auto a = static_cast<std::size_t>(link->linkIndex());
-      derivative[a][d] = derivative[d][a] = workspace.motions[a].angular.dot(rate);
+      entries[a][d] = entries[d][a] = workspace.motions[a].angular.dot(rate);
     }
     if (!freeBase) continue;
-    for (std::size_t k = 0; k < 6; ++k)
-      derivative[n + k][d] = derivative[d][n + k] = base[k].angular.dot(rate);
+    for (std::size_t k = 0; k < 6; ++k) entries[n + k][d] = entries[d][n + k] = base[k].angular.dot(rate);
   }
   if (freeBase) {
     const Kt::Vector weight = kUpward * total.mass;
@@ -221,7 +228,7 @@ bool gravityTorqueDerivative(const KtIndividualManipulator& manipulator, KtManip
       const Kt::Vector originRate = base[c].linear + base[c].angular.cross(baseOrigin);
       for (std::size_t k = 0; k < 6; ++k) {
         const Kt::Vector linearRate = originRate.cross(base[k].angular);
-        derivative[n + k][n + c] = linearRate.dot(weight) + base[k].angular.dot(rate);
+        entries[n + k][n + c] = linearRate.dot(weight) + base[k].angular.dot(rate);
       }
     }
   }

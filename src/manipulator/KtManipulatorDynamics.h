@@ -19,6 +19,8 @@ struct KtDynamicsWorkspace {
   // first moment) of its body or of its whole subtree.
   std::vector<KtJointColumn> motions;
   std::vector<KtSpatialInertia> inertias;
+  // The rows of the matrix being written.
+  std::vector<KtReal*> rows;
 };
 
 // The rigid-body dynamics of a manipulator at its current position: the joint-space mass
