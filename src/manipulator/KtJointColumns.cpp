@@ -36,26 +36,6 @@ bool KtJointColumns::blockFits(const Kt::ReArray& jacobian, std::size_t firstRow
   return false;
 }
 
-KtJointColumn KtJointColumns::fromRecord(const KtManipulatorLink& link,
-                                         const KtManipulatorActivePositionState& positions,
-                                         const Kt::Vector& point) {
-  const auto index = static_cast<std::size_t>(link.linkIndex());
-  const Kt::coordinateSystemTransformation& frame = positions.linkFrames(index).dhFrame();
-  const KtJointPlan& plan = positions.jointPlan(index);
-  KtJointColumn column;
-  if (plan.halfAngleRow != nullptr) {
-    // A modified-convention row turns its frame about the frame's own origin: there is no
-    // linear part to rotate (rotating zero gives zero exactly).
-    const Kt::Orientation& toSystem = frame.orientation();
-    const bool swings = !(plan.unitLinear == Kt::Vector());
-    column = {swings ? toSystem * plan.unitLinear : Kt::Vector(), toSystem * plan.unitAngular};
-  } else {
-    column = atJointFrame(link, frame);
-  }
-  column.linear += column.angular.cross(point - frame.translation());
-  return column;
-}
-
 // The columns of the whole chain come from the frames that one query brings up to date, read
 // from the records directly, with the unit motions of the half-angle rows taken from the
 // state's joint plans; the rows are looked up once rather than per entry.
