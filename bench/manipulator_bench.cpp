@@ -11,17 +11,19 @@
 #include <kdl/chainjnttojacsolver.hpp>
 #include <memory>
 #include <numbers>
-#include <random>
 #include <vector>
 
+#include "ArmJointPool.h"
 #include "manipulator/KtIndividualManipulator.h"
 #include "manipulator/KtJointColumns.h"
 #include "manipulator/KtManipulatorActiveState.h"
 
 namespace {
 
-constexpr std::size_t kJoints = 7;
-constexpr std::size_t kPoolSize = 256;
+using arm_bench::jointPool;
+using arm_bench::kdlJointPool;
+using arm_bench::kJoints;
+using arm_bench::kPoolSize;
 constexpr double kHalfPi = std::numbers::pi / 2;
 
 struct Row {
@@ -60,19 +62,6 @@ KDL::Chain makeKdlChain() {
   return chain;
 }
 
-const std::vector<std::vector<double>>& jointPool() {
-  static const std::vector<std::vector<double>> pool = [] {
-    std::mt19937_64 engine(3);
-    std::uniform_real_distribution<double> angle(-2.8, 2.8);
-    std::vector<std::vector<double>> vectors(kPoolSize, std::vector<double>(kJoints));
-    for (auto& q : vectors) {
-      for (double& value : q) value = angle(engine);
-    }
-    return vectors;
-  }();
-  return pool;
-}
-
 void ktFrames(benchmark::State& state, bool fresh, bool everyLink) {
   const auto arm = makeArm();
   KtManipulatorActiveState active;
@@ -108,16 +97,6 @@ void ktFrameAndJacobian(benchmark::State& state) {
     benchmark::DoNotOptimize(&frame);
     benchmark::DoNotOptimize(&jacobian);
   }
-}
-
-std::vector<KDL::JntArray> kdlJointPool() {
-  std::vector<KDL::JntArray> pool;
-  for (const auto& q : jointPool()) {
-    KDL::JntArray joints(kJoints);
-    for (std::size_t i = 0; i < kJoints; ++i) joints(static_cast<unsigned>(i)) = q[i];
-    pool.push_back(joints);
-  }
-  return pool;
 }
 
 // KDL's Jacobian solver takes the reference point at the chain's tip, which for this arm
