@@ -69,6 +69,29 @@ class KtJointColumns {
     return {axis.cross(r), axis};
   }
 
+  // The column of a link's own joint at `point`, from the link's frame record (which must be
+  // valid) and its joint plan, without asking the kinematics again; the arithmetic is that of
+  // at(), so the two agree exactly.
+  static KtJointColumn fromRecord(const KtManipulatorLink& link,
+                                  const KtManipulatorActivePositionState& positions,
+                                  const Kt::Vector& point) {
+    const auto index = static_cast<std::size_t>(link.linkIndex());
+    const Kt::coordinateSystemTransformation& frame = positions.linkFrames(index).dhFrame();
+    const KtJointPlan& plan = positions.jointPlan(index);
+    KtJointColumn column;
+    if (plan.halfAngleRow != nullptr) {
+      // A modified-convention row turns its frame about the frame's own origin: there is no
+      // linear part to rotate (rotating zero gives zero exactly).
+      const Kt::Orientation& toSystem = frame.orientation();
+      const bool swings = !(plan.unitLinear == Kt::Vector());
+      column = {swings ? toSystem * plan.unitLinear : Kt::Vector(), toSystem * plan.unitAngular};
+    } else {
+      column = atJointFrame(link, frame);
+    }
+    column.linear += column.angular.cross(point - frame.translation());
+    return column;
+  }
+
   // Calls visit(jointIndex, column) for each joint on the chain from link `linkIndex` to the
   // base, the link's own joint first, with the column at `point`. An index that names no link:
   // a message and false, and nothing is visited.
