@@ -22,6 +22,8 @@
 #include "motion/endeffector/KtXyEndEffector.h"
 #include "motion/expression/KtControlExpressionContainer.h"
 #include "motion/expression/KtControlExpressionScalarConstant.h"
+#include "motion/expression/filter/KtControlExpressionEndEffectorMotionFilter.h"
+#include "motion/expression/filter/KtControlExpressionJointRateFilter.h"
 #include "motion/velocity/KtControlExpressionCore.h"
 #include "motion/velocity/KtIndividualVelocityControlDescription.h"
 #include "motion/velocity/KtVelocityControlSystem.h"
@@ -55,6 +57,8 @@ const bool registered = [] {
   factory.registerClass<KtControlExpressionContainer>();
   factory.registerClass<KtControlExpressionScalarConstant>();
   factory.registerClass<KtControlExpressionCore>();
+  factory.registerClass<KtControlExpressionJointRateFilter>();
+  factory.registerClass<KtControlExpressionEndEffectorMotionFilter>();
   factory.registerClass<KtWlsSoftConstraintHandler>();
   factory.registerClass<KtIndividualVelocityControlDescription>();
   factory.registerClass<KtVelocityControlSystem>();
