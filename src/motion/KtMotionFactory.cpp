@@ -22,6 +22,7 @@
 #include "motion/endeffector/KtXyEndEffector.h"
 #include "motion/expression/KtControlExpressionContainer.h"
 #include "motion/expression/KtControlExpressionScalarConstant.h"
+#include "motion/expression/filter/KtControlExpressionEndEffectorErrorFilter.h"
 #include "motion/expression/filter/KtControlExpressionEndEffectorMotionFilter.h"
 #include "motion/expression/filter/KtControlExpressionJointRateFilter.h"
 #include "motion/velocity/KtControlExpressionCore.h"
@@ -59,6 +60,7 @@ const bool registered = [] {
   factory.registerClass<KtControlExpressionCore>();
   factory.registerClass<KtControlExpressionJointRateFilter>();
   factory.registerClass<KtControlExpressionEndEffectorMotionFilter>();
+  factory.registerClass<KtControlExpressionEndEffectorErrorFilter>();
   factory.registerClass<KtWlsSoftConstraintHandler>();
   factory.registerClass<KtIndividualVelocityControlDescription>();
   factory.registerClass<KtVelocityControlSystem>();
