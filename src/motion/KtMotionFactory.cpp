@@ -25,6 +25,8 @@
 #include "motion/expression/filter/KtControlExpressionEndEffectorErrorFilter.h"
 #include "motion/expression/filter/KtControlExpressionEndEffectorMotionFilter.h"
 #include "motion/expression/filter/KtControlExpressionJointRateFilter.h"
+#include "motion/expression/filter/KtControlExpressionPlanarTracksFilter.h"
+#include "motion/expression/filter/KtControlExpressionSimulationFilter.h"
 #include "motion/velocity/KtControlExpressionCore.h"
 #include "motion/velocity/KtIndividualVelocityControlDescription.h"
 #include "motion/velocity/KtVelocityControlSystem.h"
@@ -61,6 +63,8 @@ const bool registered = [] {
   factory.registerClass<KtControlExpressionJointRateFilter>();
   factory.registerClass<KtControlExpressionEndEffectorMotionFilter>();
   factory.registerClass<KtControlExpressionEndEffectorErrorFilter>();
+  factory.registerClass<KtControlExpressionSimulationFilter>();
+  factory.registerClass<KtControlExpressionPlanarTracksFilter>();
   factory.registerClass<KtWlsSoftConstraintHandler>();
   factory.registerClass<KtIndividualVelocityControlDescription>();
   factory.registerClass<KtVelocityControlSystem>();
