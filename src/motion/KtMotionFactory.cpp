@@ -50,6 +50,11 @@
 #include "motion/expression/KtControlExpressionTimes.h"
 #include "motion/expression/KtControlExpressionTranspose.h"
 #include "motion/expression/KtControlExpressionVectorToAb.h"
+#include "motion/expression/filter/KtControlExpressionEndEffectorErrorFilter.h"
+#include "motion/expression/filter/KtControlExpressionEndEffectorMotionFilter.h"
+#include "motion/expression/filter/KtControlExpressionJointRateFilter.h"
+#include "motion/expression/filter/KtControlExpressionPlanarTracksFilter.h"
+#include "motion/expression/filter/KtControlExpressionSimulationFilter.h"
 #include "motion/velocity/KtControlExpressionCore.h"
 #include "motion/velocity/KtControlExpressionCoreAb.h"
 #include "motion/velocity/KtIndividualVelocityControlDescription.h"
@@ -85,6 +90,11 @@ const bool registered = [] {
   factory.registerClass<KtControlExpressionScalarConstant>();
   factory.registerClass<KtControlExpressionCore>();
   factory.registerClass<KtControlExpressionCoreAb>();
+  factory.registerClass<KtControlExpressionJointRateFilter>();
+  factory.registerClass<KtControlExpressionEndEffectorMotionFilter>();
+  factory.registerClass<KtControlExpressionEndEffectorErrorFilter>();
+  factory.registerClass<KtControlExpressionSimulationFilter>();
+  factory.registerClass<KtControlExpressionPlanarTracksFilter>();
   factory.registerClass<KtWlsSoftConstraintHandler>();
   factory.registerClass<KtIndividualVelocityControlDescription>();
   factory.registerClass<KtVelocityControlSystem>();

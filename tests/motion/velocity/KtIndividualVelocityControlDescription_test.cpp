@@ -15,31 +15,6 @@ using namespace velocity_test;
 
 namespace {
 
-// A fixed matrix or column, standing in for any expression that yields one.
-class Literal : public KtXmlCloneable<Literal, KtControlExpression> {
- public:
-  explicit Literal(const KtExpressionValue& value = {}) : m_literal(value) {}
-  const KtToken& elementToken() const override {
-    static const KtToken token("test#literal");
-    return token;
-  }
-  bool prepare(const KtControlContext&) override {
-    m_value = m_literal;
-    return true;
-  }
-  bool evaluate(const KtControlContext&) override { return true; }
-
- private:
-  KtExpressionValue m_literal;
-};
-
-std::unique_ptr<Literal> literalColumn(const std::vector<double>& column) {
-  KtExpressionValue value;
-  value.shapeAsColumn(column.size());
-  value.column() = column;
-  return std::make_unique<Literal>(value);
-}
-
 std::unique_ptr<Literal> literalPair(const Kt::ReArray& a, const std::vector<double>& b) {
   KtExpressionValue value;
   value.shapeAsAb(b.size());

@@ -3,12 +3,14 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "manipulator/KtStatedSystem.h"
 #include "math/ReArray.h"
 #include "motion/endeffector/EndEffectorTestSupport.h"
+#include "motion/expression/KtControlExpression.h"
 #include "motion/velocity/KtIndividualVelocityControlDescription.h"
 #include "motion/velocity/KtVelocityControlSystem.h"
 
@@ -34,6 +36,31 @@ struct FlangeControl {
     return control.endEffectorSet(0)->jacobian(stated.system().manipulator(0), true, *stated.activeState(0));
   }
 };
+
+// A fixed matrix or column, standing in for any expression that yields one.
+class Literal : public KtXmlCloneable<Literal, KtControlExpression> {
+ public:
+  explicit Literal(const KtExpressionValue& value = {}) : m_literal(value) {}
+  const KtToken& elementToken() const override {
+    static const KtToken token("test#literal");
+    return token;
+  }
+  bool prepare(const KtControlContext&) override {
+    m_value = m_literal;
+    return true;
+  }
+  bool evaluate(const KtControlContext&) override { return true; }
+
+ private:
+  KtExpressionValue m_literal;
+};
+
+inline std::unique_ptr<Literal> literalColumn(const std::vector<double>& column) {
+  KtExpressionValue value;
+  value.shapeAsColumn(column.size());
+  value.column() = column;
+  return std::make_unique<Literal>(value);
+}
 
 // One velocity per end effector of the set, with random entries.
 inline KtManipulatorEndEffectorVelocity randomVelocities(const KtEndEffectorSet& set, TestRandom& rng) {
