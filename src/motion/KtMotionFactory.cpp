@@ -33,12 +33,14 @@
 #include "motion/expression/KtControlExpressionEndEffectorErrorWeights.h"
 #include "motion/expression/KtControlExpressionExpressionContainer.h"
 #include "motion/expression/KtControlExpressionGeneralColumn.h"
+#include "motion/expression/KtControlExpressionGravityGradient.h"
 #include "motion/expression/KtControlExpressionGreaterThan.h"
 #include "motion/expression/KtControlExpressionGreaterThanOrEqualTo.h"
 #include "motion/expression/KtControlExpressionIdentityMatrix.h"
 #include "motion/expression/KtControlExpressionJointValue.h"
 #include "motion/expression/KtControlExpressionLessThan.h"
 #include "motion/expression/KtControlExpressionLessThanOrEqualTo.h"
+#include "motion/expression/KtControlExpressionMassMatrix.h"
 #include "motion/expression/KtControlExpressionMatrixToAb.h"
 #include "motion/expression/KtControlExpressionMinus.h"
 #include "motion/expression/KtControlExpressionNegative.h"
@@ -126,6 +128,10 @@ const bool registered = [] {
   factory.registerClass<KtControlExpressionMatrixToAb>();
   factory.registerClass<KtControlExpressionVectorToAb>();
   factory.registerClass<KtControlExpressionEndEffectorErrorWeights>();
+  factory.registerClass<KtControlExpressionMassMatrix>();
+  factory.registerClass<KtControlExpressionMassMatrixAb>();
+  factory.registerClass<KtControlExpressionPotentialEnergyGradient>();
+  factory.registerClass<KtControlExpressionGravitationalTorqueGradient>();
   return true;
 }();
 
