@@ -21,6 +21,7 @@
 #include "motion/endeffector/KtSpatialMomentumEndEffector.h"
 #include "motion/endeffector/KtXyEndEffector.h"
 #include "motion/expression/KtControlExpressionContainer.h"
+#include "motion/expression/KtControlExpressionJointLimitAvoidance.h"
 #include "motion/expression/KtControlExpressionScalarConstant.h"
 #include "motion/velocity/KtControlExpressionCore.h"
 #include "motion/velocity/KtIndividualVelocityControlDescription.h"
@@ -54,6 +55,7 @@ const bool registered = [] {
   factory.registerClass<KtSpatialMomentumEndEffector>();
   factory.registerClass<KtControlExpressionContainer>();
   factory.registerClass<KtControlExpressionScalarConstant>();
+  factory.registerClass<KtControlExpressionJointLimitAvoidance>();
   factory.registerClass<KtControlExpressionCore>();
   factory.registerClass<KtWlsSoftConstraintHandler>();
   factory.registerClass<KtIndividualVelocityControlDescription>();
