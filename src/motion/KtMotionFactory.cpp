@@ -20,9 +20,12 @@
 #include "motion/endeffector/KtSlidingEndEffector.h"
 #include "motion/endeffector/KtSpatialMomentumEndEffector.h"
 #include "motion/endeffector/KtXyEndEffector.h"
+#include "motion/expression/KtControlExpressionCollisionAvoidanceAb.h"
 #include "motion/expression/KtControlExpressionContainer.h"
 #include "motion/expression/KtControlExpressionJointLimitAvoidance.h"
+#include "motion/expression/KtControlExpressionObstacleAvoidance.h"
 #include "motion/expression/KtControlExpressionScalarConstant.h"
+#include "motion/expression/KtObstacleCapsule.h"
 #include "motion/velocity/KtControlExpressionCore.h"
 #include "motion/velocity/KtIndividualVelocityControlDescription.h"
 #include "motion/velocity/KtVelocityControlSystem.h"
@@ -56,6 +59,10 @@ const bool registered = [] {
   factory.registerClass<KtControlExpressionContainer>();
   factory.registerClass<KtControlExpressionScalarConstant>();
   factory.registerClass<KtControlExpressionJointLimitAvoidance>();
+  factory.registerClass<KtObstacleCapsule>();
+  factory.registerClass<KtControlExpressionObstacleAvoidanceAb>();
+  factory.registerClass<KtControlExpressionObstacleAvoidance>();
+  factory.registerClass<KtControlExpressionCollisionAvoidanceAb>();
   factory.registerClass<KtControlExpressionCore>();
   factory.registerClass<KtWlsSoftConstraintHandler>();
   factory.registerClass<KtIndividualVelocityControlDescription>();
