@@ -25,6 +25,8 @@
 #include "motion/expression/KtControlExpressionJointLimitAvoidance.h"
 #include "motion/expression/KtControlExpressionObstacleAvoidance.h"
 #include "motion/expression/KtControlExpressionScalarConstant.h"
+#include "motion/expression/KtControlExpressionSingularityAvoidance.h"
+#include "motion/expression/KtControlExpressionStrengthOptimization.h"
 #include "motion/expression/KtObstacleCapsule.h"
 #include "motion/velocity/KtControlExpressionCore.h"
 #include "motion/velocity/KtIndividualVelocityControlDescription.h"
@@ -63,6 +65,8 @@ const bool registered = [] {
   factory.registerClass<KtControlExpressionObstacleAvoidanceAb>();
   factory.registerClass<KtControlExpressionObstacleAvoidance>();
   factory.registerClass<KtControlExpressionCollisionAvoidanceAb>();
+  factory.registerClass<KtControlExpressionSingularityAvoidance>();
+  factory.registerClass<KtControlExpressionStrengthOptimization>();
   factory.registerClass<KtControlExpressionCore>();
   factory.registerClass<KtWlsSoftConstraintHandler>();
   factory.registerClass<KtIndividualVelocityControlDescription>();
