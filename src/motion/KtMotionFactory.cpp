@@ -22,6 +22,8 @@
 #include "motion/endeffector/KtXyEndEffector.h"
 #include "motion/expression/KtControlExpressionCollisionAvoidanceAb.h"
 #include "motion/expression/KtControlExpressionContainer.h"
+#include "motion/expression/KtControlExpressionErrorReduction.h"
+#include "motion/expression/KtControlExpressionErrorSensitivity.h"
 #include "motion/expression/KtControlExpressionJointLimitAvoidance.h"
 #include "motion/expression/KtControlExpressionObstacleAvoidance.h"
 #include "motion/expression/KtControlExpressionScalarConstant.h"
@@ -67,6 +69,8 @@ const bool registered = [] {
   factory.registerClass<KtControlExpressionCollisionAvoidanceAb>();
   factory.registerClass<KtControlExpressionSingularityAvoidance>();
   factory.registerClass<KtControlExpressionStrengthOptimization>();
+  factory.registerClass<KtControlExpressionErrorReduction>();
+  factory.registerClass<KtControlExpressionErrorSensitivity>();
   factory.registerClass<KtControlExpressionCore>();
   factory.registerClass<KtWlsSoftConstraintHandler>();
   factory.registerClass<KtIndividualVelocityControlDescription>();
