@@ -24,7 +24,11 @@ class KtControlExpressionJointLimitAvoidance
   const KtToken& elementToken() const override;
 
   KtReal exponent() const { return m_exponent; }
-  void setExponent(KtReal exponent) { m_exponent = exponent; }
+  // The exponent is checked when the tree is prepared, so setting it asks for that again.
+  void setExponent(KtReal exponent) {
+    m_exponent = exponent;
+    noteTreeChanged();
+  }
   KtReal avoidanceZone() const { return m_avoidanceZone; }
   void setAvoidanceZone(KtReal zone) { m_avoidanceZone = zone; }
   KtReal max() const { return m_max; }

@@ -14,9 +14,17 @@
 class KtControlExpressionProximityAvoidance : public KtControlExpression {
  public:
   KtReal exponent() const { return m_exponent; }
-  void setExponent(KtReal exponent) { m_exponent = exponent; }
+  // The exponent and the distance are checked when the tree is prepared, so setting them asks
+  // for that again.
+  void setExponent(KtReal exponent) {
+    m_exponent = exponent;
+    noteTreeChanged();
+  }
   KtReal avoidanceDistance() const { return m_avoidanceDistance; }
-  void setAvoidanceDistance(KtReal distance) { m_avoidanceDistance = distance; }
+  void setAvoidanceDistance(KtReal distance) {
+    m_avoidanceDistance = distance;
+    noteTreeChanged();
+  }
   KtReal boundaryValue() const { return m_boundaryValue; }
   void setBoundaryValue(KtReal value) { m_boundaryValue = value; }
 

@@ -25,7 +25,12 @@ class KtControlExpressionStrengthOptimization
   const KtToken& elementToken() const override;
 
   KtReal order() const { return m_order; }
-  void setOrder(KtReal order) { m_order = order; }
+  // The order and the forces are checked when the tree is prepared, so setting them asks for
+  // that again.
+  void setOrder(KtReal order) {
+    m_order = order;
+    noteTreeChanged();
+  }
   const std::vector<KtReal>& forces() const { return m_forces; }
   void setForces(const std::vector<KtReal>& forces);
 
