@@ -21,6 +21,7 @@
 #include "motion/endeffector/KtSpatialMomentumEndEffector.h"
 #include "motion/endeffector/KtXyEndEffector.h"
 #include "motion/expression/KtControlExpressionAnd.h"
+#include "motion/expression/KtControlExpressionCollisionAvoidanceAb.h"
 #include "motion/expression/KtControlExpressionColumnTableFunction.h"
 #include "motion/expression/KtControlExpressionContainer.h"
 #include "motion/expression/KtControlExpressionCosine.h"
@@ -31,12 +32,15 @@
 #include "motion/expression/KtControlExpressionElementPow.h"
 #include "motion/expression/KtControlExpressionElementRoot.h"
 #include "motion/expression/KtControlExpressionEndEffectorErrorWeights.h"
+#include "motion/expression/KtControlExpressionErrorReduction.h"
+#include "motion/expression/KtControlExpressionErrorSensitivity.h"
 #include "motion/expression/KtControlExpressionExpressionContainer.h"
 #include "motion/expression/KtControlExpressionGeneralColumn.h"
 #include "motion/expression/KtControlExpressionGravityGradient.h"
 #include "motion/expression/KtControlExpressionGreaterThan.h"
 #include "motion/expression/KtControlExpressionGreaterThanOrEqualTo.h"
 #include "motion/expression/KtControlExpressionIdentityMatrix.h"
+#include "motion/expression/KtControlExpressionJointLimitAvoidance.h"
 #include "motion/expression/KtControlExpressionJointValue.h"
 #include "motion/expression/KtControlExpressionLessThan.h"
 #include "motion/expression/KtControlExpressionLessThanOrEqualTo.h"
@@ -44,14 +48,18 @@
 #include "motion/expression/KtControlExpressionMatrixToAb.h"
 #include "motion/expression/KtControlExpressionMinus.h"
 #include "motion/expression/KtControlExpressionNegative.h"
+#include "motion/expression/KtControlExpressionObstacleAvoidance.h"
 #include "motion/expression/KtControlExpressionPlus.h"
 #include "motion/expression/KtControlExpressionScalarConstant.h"
 #include "motion/expression/KtControlExpressionSine.h"
 #include "motion/expression/KtControlExpressionSingleElementColumn.h"
 #include "motion/expression/KtControlExpressionSingleElementMatrix.h"
+#include "motion/expression/KtControlExpressionSingularityAvoidance.h"
+#include "motion/expression/KtControlExpressionStrengthOptimization.h"
 #include "motion/expression/KtControlExpressionTimes.h"
 #include "motion/expression/KtControlExpressionTranspose.h"
 #include "motion/expression/KtControlExpressionVectorToAb.h"
+#include "motion/expression/KtObstacleCapsule.h"
 #include "motion/expression/filter/KtControlExpressionEndEffectorErrorFilter.h"
 #include "motion/expression/filter/KtControlExpressionEndEffectorMotionFilter.h"
 #include "motion/expression/filter/KtControlExpressionJointRateFilter.h"
@@ -90,6 +98,15 @@ const bool registered = [] {
   factory.registerClass<KtSpatialMomentumEndEffector>();
   factory.registerClass<KtControlExpressionContainer>();
   factory.registerClass<KtControlExpressionScalarConstant>();
+  factory.registerClass<KtControlExpressionJointLimitAvoidance>();
+  factory.registerClass<KtObstacleCapsule>();
+  factory.registerClass<KtControlExpressionObstacleAvoidanceAb>();
+  factory.registerClass<KtControlExpressionObstacleAvoidance>();
+  factory.registerClass<KtControlExpressionCollisionAvoidanceAb>();
+  factory.registerClass<KtControlExpressionSingularityAvoidance>();
+  factory.registerClass<KtControlExpressionStrengthOptimization>();
+  factory.registerClass<KtControlExpressionErrorReduction>();
+  factory.registerClass<KtControlExpressionErrorSensitivity>();
   factory.registerClass<KtControlExpressionCore>();
   factory.registerClass<KtControlExpressionCoreAb>();
   factory.registerClass<KtControlExpressionJointRateFilter>();

@@ -83,13 +83,11 @@ inline Kt::ReArray filled(std::size_t rows, std::size_t columns, double value) {
   return matrix;
 }
 
-// The placement of the end effector on manipulator 0 with joint `column` (or, past the joints,
-// base motion column − n) moved by `step` from the current state; the state is restored.
-inline Kt::coordinateSystemTransformation movedPlacement(KtStatedSystem& stated,
-                                                         const KtEndEffector& endEffector, std::size_t column,
-                                                         double step) {
-  const KtIndividualManipulator& manipulator = stated.system().manipulator(0);
-  const KtPositionState original = stated.state().positionStates()[0];
+// The position state `original` of `manipulator` with joint `column` (or, past the joints, base
+// motion column − n: translation along, then rotation about the system x, y, z through the base
+// origin) moved by `step`.
+inline KtPositionState movedPosition(const KtIndividualManipulator& manipulator,
+                                     const KtPositionState& original, std::size_t column, double step) {
   KtPositionState moved = original;
   const std::size_t n = manipulator.jointDof();
   if (column < n) {
@@ -107,7 +105,17 @@ inline Kt::coordinateSystemTransformation movedPlacement(KtStatedSystem& stated,
     }
     moved.setCoordinateSystemTransform(pose);
   }
-  stated.setIndividualState(0, moved);
+  return moved;
+}
+
+// The placement of the end effector on manipulator 0 with joint `column` (or, past the joints,
+// base motion column − n) moved by `step` from the current state; the state is restored.
+inline Kt::coordinateSystemTransformation movedPlacement(KtStatedSystem& stated,
+                                                         const KtEndEffector& endEffector, std::size_t column,
+                                                         double step) {
+  const KtIndividualManipulator& manipulator = stated.system().manipulator(0);
+  const KtPositionState original = stated.state().positionStates()[0];
+  stated.setIndividualState(0, movedPosition(manipulator, original, column, step));
   Kt::coordinateSystemTransformation placement;
   EXPECT_TRUE(endEffector.calculatePlacement(manipulator, *stated.activeState(0), placement));
   stated.setIndividualState(0, original);
