@@ -101,7 +101,14 @@ TEST(Orientation, Get321EulerReproducesEveryHalfUnitQuaternionIncludingGimbalLoc
   EXPECT_EQ(locked, 8);
 }
 
+// Near-unit quaternions within the band stay bit for bit; any other finite components, from
+// subnormal to DBL_MAX in any mix of signs and magnitudes, normalise to a finite unit quaternion
+// in the input's direction (the oracle scales by a power of two first); zero gives the identity.
 TEST(Orientation, NormalisationKeepsTheBandBitForBitAndRepairsEverythingElse) {
+  const double big = std::numeric_limits<double>::max(), least = std::numeric_limits<double>::denorm_min();
+  std::vector<std::array<double, 4>> inputs = {
+      {1e-320, 0, 0, 0}, {-least, least, 0, 0}, {1e300, -1e300, 1e300, 1e-300}, {big, big, -big, big}};
+  const int exponents[][2] = {{-1074, -1023}, {-1022, -500}, {-20, 20}, {500, 1023}};
   TestRandom rng(13);
   for (int i = 0; i < TestRandom::cases(); ++i) {
     const Orientation unit = randomRotation(rng).q;
@@ -114,31 +121,12 @@ TEST(Orientation, NormalisationKeepsTheBandBitForBitAndRepairsEverythingElse) {
       EXPECT_TRUE(Orientation(c[0] * scale, c[1] * scale, c[2] * scale, c[3] * scale).approxEq(unit, 1e-12));
     EXPECT_TRUE(unit.approxEq(Orientation(-c[0], -c[1], -c[2], -c[3]), 1e-12));  // q and -q
     EXPECT_FALSE(unit.approxEq(unit * Orientation::xRotation(3e-3), 1e-3));
-  }
-  EXPECT_EQ(Orientation(0.0, 0.0, 0.0, 0.0), Orientation::identity());
-  Orientation q = Orientation::zQuaternion();
-  q.set(std::vector<double>{});
-  EXPECT_EQ(q, Orientation::wQuaternion());
-  q.set(std::vector<double>{0.0, 0.0, -3.0});
-  EXPECT_EQ(q, Orientation(0.0, 0.0, -1.0, 0.0));
-}
-
-// Components from subnormal to DBL_MAX, in any mix of signs and magnitudes, normalise to a
-// finite unit quaternion in the input's direction. The oracle scales by a power of two.
-TEST(Orientation, NormalisationOfAnyFiniteMagnitudesGivesTheUnitMultipleOfTheInput) {
-  const double big = std::numeric_limits<double>::max(), least = std::numeric_limits<double>::denorm_min();
-  std::vector<std::array<double, 4>> inputs = {
-      {1e-320, 0, 0, 0}, {-least, least, 0, 0}, {1e300, -1e300, 1e300, 1e-300}, {big, big, -big, big}};
-  TestRandom rng(15);
-  for (int i = 0; i < TestRandom::cases(); ++i) {
-    std::array<double, 4> c;
-    for (double& component : c) {
-      const int exponents[][2] = {{-1074, -1023}, {-1022, -500}, {-20, 20}, {500, 1023}};
+    std::array<double, 4>& any = inputs.emplace_back();
+    for (double& component : any) {
       const int* range = exponents[rng.integer(0, 3)];
       component =
           rng.integer(0, 7) == 0 ? 0.0 : std::ldexp(rng.uniform(-2, 2), rng.integer(range[0], range[1]));
     }
-    inputs.push_back(c);
   }
   for (const std::array<double, 4>& c : inputs) {
     double largest = 0.0;
@@ -156,6 +144,12 @@ TEST(Orientation, NormalisationOfAnyFiniteMagnitudesGivesTheUnitMultipleOfTheInp
     }
     EXPECT_NEAR(norm, 1.0, 1e-12);
   }
+  EXPECT_EQ(Orientation(0.0, 0.0, 0.0, 0.0), Orientation::identity());
+  Orientation q = Orientation::zQuaternion();
+  q.set(std::vector<double>{});
+  EXPECT_EQ(q, Orientation::wQuaternion());
+  q.set(std::vector<double>{0.0, 0.0, -3.0});
+  EXPECT_EQ(q, Orientation(0.0, 0.0, -1.0, 0.0));
 }
 
 TEST(Orientation, InterpolationFollowsTheShorterArcBetweenItsEnds) {

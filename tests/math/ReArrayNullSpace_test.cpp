@@ -4,7 +4,6 @@
 
 #include "math/MatrixOracle.h"
 #include "math/ReArray.h"
-#include "support/PrintCapture.h"
 
 using Kt::ReArray;
 using namespace matrix_oracle;
@@ -67,31 +66,10 @@ TEST(ReArrayNullSpace, SparseVariantMatchesTheDenseOneExactly) {
     EXPECT_TRUE(sparseBasis == denseBasis);
     expectNullSpaceBasis(a, rows, sparseBasis);
   }
-}
-
-TEST(ReArrayNullSpace, CombinedZeroStartsAreTheElementwiseMinimum) {
+  // Combined zero starts are the elementwise minimum, also into one of the inputs.
   ReArray::Indices first = {3, 0, 5}, second = {1, 2, 5, 4}, combined;
   ReArray().combineIndices(first, second, combined);
   EXPECT_EQ(combined, (ReArray::Indices{1, 0, 5, 4}));
   ReArray().combineIndices(first, second, first);  // into one of its inputs
   EXPECT_EQ(first, combined);
-}
-
-TEST(ReArrayNullSpace, ReportsTooManyRowsAndBadIndexSizes) {
-  PrintCapture capture;
-  ReArray basis, matrix(2, 4);
-  ReArray::Pivots pivots;
-  ReArray::Indices zeroStart = {0, 0}, working(2), tooShort(1);
-  EXPECT_TRUE(matrix.nullSpace(basis, 3, pivots));
-  EXPECT_EQ(basis.columns(), 2u);
-  EXPECT_TRUE(matrix.nullSpaceSparse(basis, 3, pivots, zeroStart, working));
-  EXPECT_FALSE(matrix.LUDecompositionSparse(0, pivots, tooShort, working));
-  EXPECT_FALSE(matrix.LUDecompositionSparse(0, pivots, zeroStart, tooShort));
-  EXPECT_FALSE(ReArray(3, 2).nullSpace(basis, 0, pivots));
-  EXPECT_EQ(capture.text(),
-            "ReArray::nullSpace(): the matrix does not have enough rows\n"
-            "ReArray::nullSpace(): this matrix does not have enough rows\n"
-            "ReArray::LUDecompositionSparse(): zero start wrong size\n"
-            "ReArray::LUDecompositionSparse(): sparse indices wrong size\n"
-            "ReArray::LUDecomposition(): the matrix has more rows than columns\n");
 }
