@@ -98,9 +98,9 @@ TEST(KtManipulatorDocumentTest, SampleDocumentsAreReproducedByteForByte) {
 }
 
 TEST(KtManipulatorDocumentTest, UninterpretedElementsSurviveLoadingAndSaving) {
-  KtStatedSystem first;
+  KtStatedSystem first, second;
   ASSERT_TRUE(ktTestRead(first, kDocumentWithUnknownParts));
-  const std::string once = ktTestWrite(first, "kept.xml");
+  const std::string once = ktTestWrittenTwice(first, second);
   for (const char* kept :
        {"<sm:stepCount>12</sm:stepCount>", "kind=\"soft\">0.5 0.25</ct:gain>", "<sm:plane normal=\"0 0 1\"/>",
         "<sm:label>floor of the cell</sm:label>", "<sm:pair a=\"1\" b=\"2\"/>",
@@ -108,10 +108,6 @@ TEST(KtManipulatorDocumentTest, UninterpretedElementsSurviveLoadingAndSaving) {
         "<sm:stiffness>100</sm:stiffness>"}) {
     EXPECT_NE(once.find(kept), std::string::npos) << kept;
   }
-  KtStatedSystem second;
-  ASSERT_TRUE(ktTestRead(second, once));
-  EXPECT_EQ(ktTestWrite(second, "kept.xml"), once);
-  EXPECT_TRUE(first.isEqual(second));
   EXPECT_EQ(second.system().manipulator(0).link(0).denavitHartenberg()->a(), 0.25);
 }
 
@@ -308,14 +304,9 @@ TEST(KtManipulatorDocumentTest, KeptElementsAreAFixedPointOfLoadingAndSaving) {
       ASSERT_TRUE(ktTestRead(original, documentKeeping(snippet))) << snippet;
     }
     PrintCapture capture;
-    const std::string saved = ktTestWrite(original, "kept.xml");
+    KtStatedSystem loaded;
+    const std::string saved = ktTestWrittenTwice(original, loaded);
     EXPECT_NE(saved.find(expected), std::string::npos) << snippet << "\n" << saved;
-    for (int round = 0; round < 2; ++round) {
-      KtStatedSystem loaded;
-      ASSERT_TRUE(ktTestRead(loaded, saved)) << snippet << "\n" << saved;
-      EXPECT_TRUE(loaded.isEqual(original)) << snippet << "\n" << saved;
-      EXPECT_EQ(ktTestWrite(loaded, "kept.xml"), saved) << snippet;
-    }
     EXPECT_EQ(capture.text(), "") << snippet;
   }
 }
