@@ -4,7 +4,6 @@
 
 #include "manipulator/KtAttachment.h"
 #include "manipulator/ManipulatorTestSupport.h"
-#include "support/AllocationCounter.h"
 #include "support/PrintCapture.h"
 #include "xml/KtXmlTextDocuments.h"
 
@@ -196,21 +195,6 @@ TEST(KtForwardKinematicsTest, CachedFramesSurviveWritingAndReading) {
     if (!frames(written).isValid()) continue;
     EXPECT_EQ(frames(read).dhFrame(), frames(written).dhFrame()) << i;
     EXPECT_EQ(frames(read).primaryFrame(), frames(written).primaryFrame()) << i;
-  }
-}
-
-TEST(KtForwardKinematicsTest, WarmQueriesDoNotAllocate) {
-  TestRandom rng(27);
-  const auto arm = makeSerialArm(craigArmRows());
-  KtManipulatorActiveState active;
-  const std::vector<double> q = randomJoints(rng, 7), next = randomJoints(rng, 7);
-  active.activePositionState().setJointPositions(q);
-  arm->link(6).primaryFrameInSystem(active);
-  NoAllocationGuard guard;
-  for (int i = 0; i < 10; ++i) {
-    active.activePositionState().setJointPositions(i % 2 == 0 ? next : q);
-    active.activePositionState().setJointPosition(2, 0.1 * i);
-    for (std::size_t link = 0; link < 7; ++link) arm->link(link).primaryFrameInSystem(active);
   }
 }
 

@@ -224,6 +224,7 @@ TEST(KtLinkMotionTest, NoMotionIsStaleAfterAnyChange) {
   expectFresh("a model parameter");
 }
 
+// Once warm, setting joints (all or one) and rates and asking frames and motions allocate nothing.
 TEST(KtLinkMotionTest, WarmQueriesDoNotAllocate) {
   TestRandom rng(44);
   const auto arm = makeSerialArm(craigArmRows());
@@ -238,6 +239,8 @@ TEST(KtLinkMotionTest, WarmQueriesDoNotAllocate) {
     active.activePositionState().setJointPositions(i % 2 == 0 ? second.q : first.q);
     active.setVelocityState(i % 2 == 0 ? secondRates : firstRates);
     for (std::size_t link = 0; link < 7; ++link) arm->link(link).dhFrameAccelerationInLocal(active, motion);
+    active.activePositionState().setJointPosition(2, 0.1 * i);
+    for (std::size_t link = 0; link < 7; ++link) arm->link(link).primaryFrameInSystem(active);
   }
 }
 

@@ -7,7 +7,6 @@
 #include "manipulator/KtStatedSystem.h"
 #include "manipulator/ManipulatorTestSupport.h"
 #include "support/AllocationCounter.h"
-#include "support/PrintCapture.h"
 #include "xml/KtXmlTextDocuments.h"
 
 using namespace manipulator_test;
@@ -165,22 +164,4 @@ TEST(KtStatedSystemActiveStateTest, SettingJointsIntegratingAndQueryingAllocateN
     stated.integrateIndividualState(1, 0.01, status);
     last.primaryFrameInSystem(*stated.activeState(1));
   }
-}
-
-TEST(KtStatedSystemActiveStateTest, IndicesThatNameNoManipulatorAreReported) {
-  TestRandom rng(63);
-  KtStatedSystem stated = randomTwoArmSystem(rng);
-  KtIntegrationStatus status;
-  PrintCapture capture;
-  EXPECT_EQ(stated.activeState(2), nullptr);
-  EXPECT_EQ(stated.activeState(-1), nullptr);
-  EXPECT_FALSE(stated.integrateIndividualState(2, 0.1, status));
-  stated.state().velocityStates().resize(1);
-  EXPECT_FALSE(stated.integrateIndividualState(1, 0.1, status));
-  EXPECT_EQ(capture.text(),
-            "KtStatedSystem::activeState(): manipulator index 2 to big for system size, 2\n"
-            "KtStatedSystem::activeState(): manipulator index -1 to big for system size, 2\n"
-            "KtStatedSystem::integrateIndividualState(): manipulator index 2 to big for system size, 2\n"
-            "KtStatedSystem::integrateIndividualState(): manipulator index 1 to big for velocity state size, "
-            "1\n");
 }

@@ -77,18 +77,29 @@ TEST(KtStatedSystemTest, IndexChecksReportWithTheirExactTexts) {
   EXPECT_FALSE(stated.system().setJointLimit(2, 0, -1, 1));
   EXPECT_FALSE(stated.system().replaceLinkProperties(-1, "link1", KtManipulatorLink()));
   EXPECT_FALSE(stated.system().aboutToModifyManipulator(9));
-  EXPECT_EQ(capture.text(),
-            "KtStatedSystem::setIndividualState(): manipulator index 2 to big for position state size, 2\n"
-            "KtStatedSystem::setIndividualState(): manipulator index 5 to big for velocity state size, 2\n"
-            "KtStatedSystem::setIndividualCoordinateSystemTransformation(): manipulator index -1 to big for "
-            "position "
-            "state size, 2\n"
-            "KtStatedSystem::rotateIndividualBaseVelocity(): manipulator index 3 to big for velocity state "
-            "size, 2\n"
-            "KtManipulatorSystem::jointDof-->manipulator at index (4) undefined\n"
-            "KtManipulatorSystem::setJointLimit() - invalid manipulator index.\n"
-            "KtManipulatorSystem::replaceLinkProperties() - invalid manipulator index.\n"
-            "KtManipulatorSystem::aboutToModifyManipulator(): bad index (9).\n");
+  KtIntegrationStatus status;
+  EXPECT_EQ(stated.activeState(2), nullptr);
+  EXPECT_EQ(stated.activeState(-1), nullptr);
+  EXPECT_FALSE(stated.integrateIndividualState(2, 0.1, status));
+  stated.state().velocityStates().resize(1);
+  EXPECT_FALSE(stated.integrateIndividualState(1, 0.1, status));
+  EXPECT_EQ(
+      capture.text(),
+      "KtStatedSystem::setIndividualState(): manipulator index 2 to big for position state size, 2\n"
+      "KtStatedSystem::setIndividualState(): manipulator index 5 to big for velocity state size, 2\n"
+      "KtStatedSystem::setIndividualCoordinateSystemTransformation(): manipulator index -1 to big for "
+      "position "
+      "state size, 2\n"
+      "KtStatedSystem::rotateIndividualBaseVelocity(): manipulator index 3 to big for velocity state "
+      "size, 2\n"
+      "KtManipulatorSystem::jointDof-->manipulator at index (4) undefined\n"
+      "KtManipulatorSystem::setJointLimit() - invalid manipulator index.\n"
+      "KtManipulatorSystem::replaceLinkProperties() - invalid manipulator index.\n"
+      "KtManipulatorSystem::aboutToModifyManipulator(): bad index (9).\n"
+      "KtStatedSystem::activeState(): manipulator index 2 to big for system size, 2\n"
+      "KtStatedSystem::activeState(): manipulator index -1 to big for system size, 2\n"
+      "KtStatedSystem::integrateIndividualState(): manipulator index 2 to big for system size, 2\n"
+      "KtStatedSystem::integrateIndividualState(): manipulator index 1 to big for velocity state size, 1\n");
 }
 
 TEST(KtStatedSystemTest, BaseVelocityRotatesAsAVector) {

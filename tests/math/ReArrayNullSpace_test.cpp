@@ -21,24 +21,20 @@ void expectNullSpaceBasis(const Matrix& a, std::size_t n, const ReArray& basis) 
 
 }  // namespace
 
-TEST(ReArrayNullSpace, DenseBasisIsAnnihilatedAndOfFullRank) {
-  TestRandom rng(401);
-  for (int c = 0; c < TestRandom::cases(); ++c) {
-    const std::size_t rows = rng.integer(1, 6), width = rows + rng.integer(1, 4);
-    const std::size_t n = rng.integer(0, static_cast<int>(rows));  // 0: all rows
-    const Matrix a = random(rng, rows, width);
-    ReArray factored = toReArray(a), basis;
-    ReArray::Pivots pivots;
-    ASSERT_TRUE(factored.nullSpace(basis, n, pivots));
-    expectNullSpaceBasis(a, n == 0 ? rows : n, basis);
-  }
-}
-
-TEST(ReArrayNullSpace, SparseVariantMatchesTheDenseOneExactly) {
+// Null-space bases are annihilated by the rows they are for (the first n, or all for n = 0) and
+// of full rank. Rows with leading zeros (full row rank kept: the i-th smallest zero start is at
+// most i + width - rows) give their zero starts, and the sparse variants then give exactly what
+// the dense ones give.
+TEST(ReArrayNullSpace, BasesAreAnnihilatedOfFullRankAndSparseMatchesDenseExactly) {
   TestRandom rng(402);
   for (int c = 0; c < TestRandom::cases(); ++c) {
-    // Random leading zeros that keep full row rank: the i-th smallest zero start is at most
-    // i + width - rows.
+    const std::size_t denseRows = rng.integer(1, 6), n = rng.integer(0, static_cast<int>(denseRows));
+    const Matrix any = random(rng, denseRows, denseRows + rng.integer(1, 4));
+    ReArray factored = toReArray(any), anyBasis;
+    ReArray::Pivots pivots;
+    ASSERT_TRUE(factored.nullSpace(anyBasis, n, pivots));
+    expectNullSpaceBasis(any, n == 0 ? denseRows : n, anyBasis);
+
     const std::size_t rows = rng.integer(1, 7), width = rows + rng.integer(1, 4);
     ReArray::Indices expectedStart(rows), zeroStart, working(rows);
     for (std::size_t r = 0; r < rows; ++r)
