@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <functional>
 #include <sstream>
 #include <streambuf>
 #include <string>
@@ -24,13 +25,18 @@ std::string notWellFormed(const std::string& text, int line) {
   return wrapped("file not well formed.\n\t" + text, line);
 }
 
+// `count` pieces, the i-th made by piece(i).
+std::string repeated(int count, const std::function<std::string(int)>& piece) {
+  std::string text;
+  for (int i = 0; i < count; ++i) text += piece(i);
+  return text;
+}
+std::string attributes(int count) {
+  return repeated(count, [](int i) { return " a" + std::to_string(i) + "=\"\""; });
+}
+
 // Every well-formedness error of the tokenizer, each on a minimal document.
 TEST(KtXmlReader, reportsEachMalformedDocumentExactly) {
-  const auto repeated = [](int count, const auto& piece) {
-    std::string text;
-    for (int i = 0; i < count; ++i) text += piece(i);
-    return text;
-  };
   const std::pair<std::string, std::string> cases[] = {
       {"hello", notWellFormed("File must begin with start tag.", 1)},
       {"\x01\x02\xff garbage", notWellFormed("File must begin with start tag.", 1)},
@@ -69,12 +75,11 @@ TEST(KtXmlReader, reportsEachMalformedDocumentExactly) {
       {"<a><!-- x -- y --></a>", notWellFormed("Comment contains extra -- in it.", 1)},
       {"<a>\n<!-- x", notWellFormed("EOF found within comment.", 2)},
       {"<a xmlns:p=\"u\" xmlns:p=\"v\"/>", "KtXmlReader Error: Namespace already declared: xmlns:p\n"},
-      // The limits that keep hostile documents small.
-      {repeated(300, [](int) { return "<e>"; }),
+      // The limits that keep hostile documents small, each one past what is accepted below.
+      {repeated(257, [](int) { return "<e>"; }),
        wrapped("file too complex.\n\tElements nested deeper than 256 levels.", 1)},
-      {"<" + std::string(5000, 'n') + "/>", wrapped("file too large.\n\tName exceeds the length limit.", 1)},
-      {"<a" + repeated(1100, [](int i) { return " a" + std::to_string(i) + "=\"\""; }) + "/>",
-       wrapped("file too large.\n\tToo many attributes on one tag.", 1)},
+      {"<" + std::string(4097, 'n') + "/>", wrapped("file too large.\n\tName exceeds the length limit.", 1)},
+      {"<a" + attributes(1025) + "/>", wrapped("file too large.\n\tToo many attributes on one tag.", 1)},
   };
   for (const auto& [document, message] : cases) {
     KtTestLeaf leaf;
@@ -98,7 +103,13 @@ TEST(KtXmlReader, readsAcceptableDocumentsWithTheirWarnings) {
       {"<a bogus=\"1\"><label>2</label></a>",
        wrapped("file possibly not valid.\n\tPrevious attribute names were not used.", 1), "2"},
       {"<a>\n<label bogus=\"1\">2</label></a>", notWellFormed("Some attribute were not used.", 2), "2"},
-      {"<a><unknown bogus=\"1\"><deeper also=\"2\"/></unknown><label>2</label></a>", "", "2"}};
+      {"<a><unknown bogus=\"1\"><deeper also=\"2\"/></unknown><label>2</label></a>", "", "2"},
+      // At the limits: elements nested 256 deep, a name of 4096 characters, 1024 attributes.
+      {"<a><label>2</label>" + repeated(255, [](int) { return "<e>"; }) +
+           repeated(255, [](int) { return "</e>"; }) + "</a>",
+       "", "2"},
+      {"<" + std::string(4096, 'n') + "/>", "", ""},
+      {"<a" + attributes(1024) + "/>", notWellFormed("Some attribute were not used.", 1), ""}};
   for (const auto& [document, messages, label] : cases) {
     KtTestOtherLeaf leaf;
     EXPECT_EQ(ktTestReadPrinting(leaf, document, "bad.xml"), std::pair(true, messages)) << document;
