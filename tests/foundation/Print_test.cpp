@@ -6,27 +6,19 @@
 
 #include "support/PrintCapture.h"
 
+// The installed sink receives the formatted text and its severity, also for texts longer than
+// the stack buffer; captures nest and give the outer sink back.
 TEST(Print, DeliversFormattedTextAndSeverityToTheInstalledSink) {
-  PrintCapture capture;
-  ktPrint(KtSeverity::Warning, "Class::operation(): %s %d %.2f\n", "value", 7, 0.5);
-  ASSERT_EQ(capture.messages().size(), 1u);
-  EXPECT_EQ(capture.messages()[0].severity, KtSeverity::Warning);
-  EXPECT_EQ(capture.messages()[0].text, "Class::operation(): value 7 0.50\n");
-}
-
-TEST(Print, FormatsMessagesLongerThanTheStackBuffer) {
-  PrintCapture capture;
-  const std::string longName(5000, 'n');
-  ktPrint(KtSeverity::Error, "[%s]", longName.c_str());
-  EXPECT_EQ(capture.text(), "[" + longName + "]");
-}
-
-TEST(Print, CapturesNestAndRestoreTheOuterSink) {
   PrintCapture outer;
   {
     PrintCapture inner;
-    ktPrint(KtSeverity::Info, "inner");
-    EXPECT_EQ(inner.text(), "inner");
+    const std::string longName(5000, 'n');
+    ktPrint(KtSeverity::Warning, "Class::operation(): %s %d %.2f\n", "value", 7, 0.5);
+    ktPrint(KtSeverity::Error, "[%s]", longName.c_str());
+    ASSERT_EQ(inner.messages().size(), 2u);
+    EXPECT_EQ(inner.messages()[0].severity, KtSeverity::Warning);
+    EXPECT_EQ(inner.messages()[1].severity, KtSeverity::Error);
+    EXPECT_EQ(inner.text(), "Class::operation(): value 7 0.50\n[" + longName + "]");
   }
   ktPrint(KtSeverity::Info, "outer");
   EXPECT_EQ(outer.text(), "outer");

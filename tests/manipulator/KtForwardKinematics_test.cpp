@@ -1,8 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <functional>
+
 #include "manipulator/KtAttachment.h"
 #include "manipulator/ManipulatorTestSupport.h"
-#include "support/AllocationCounter.h"
 #include "support/PrintCapture.h"
 #include "xml/KtXmlTextDocuments.h"
 
@@ -29,10 +30,11 @@ std::unique_ptr<KtIndividualManipulator> treeArm(TestRandom& rng) {
 
 }  // namespace
 
-// The sample arms and a chain of every D-H and joint type, at random base poses and joints.
+// The sample documents' arms and a chain of every D-H and joint type, at random base poses and
+// joints: D-H frames and primary frames (the samples carry primary offsets) agree with KDL.
 TEST(KtForwardKinematicsTest, ArmsOfEveryTypeAgreeWithKdl) {
   TestRandom rng(21);
-  for (const auto& arm : {makeSerialArm(craigArmRows()), makeSerialArm(paulArmRows()), mixedArm(rng, 10)}) {
+  for (const auto& arm : {loadSampleArm("craig_arm.xml"), loadSampleArm("paul_arm.xml"), mixedArm(rng, 10)}) {
     KtManipulatorActiveState active;
     for (int i = 0; i < TestRandom::cases(); ++i) {
       const Kt::coordinateSystemTransformation base = randomPose(rng);
@@ -40,70 +42,100 @@ TEST(KtForwardKinematicsTest, ArmsOfEveryTypeAgreeWithKdl) {
       active.activePositionState().setBasePose(base);
       active.activePositionState().setJointPositions(q);
       const std::vector<KDL::Frame> expected = kdlFrames(*arm, base, q);
-      for (std::size_t link = arm->jointDof(); link-- > 0;)
-        ASSERT_LT(frameDistance(arm->link(link).dhFrameInSystem(active), expected[link]), 1e-12) << link;
+      for (std::size_t i = arm->jointDof(); i-- > 0;) {
+        const KtManipulatorLink& link = arm->link(i);
+        ASSERT_LT(frameDistance(link.dhFrameInSystem(active), expected[i]), 1e-12) << i;
+        ASSERT_LT(frameDistance(link.primaryFrameInSystem(active),
+                                expected[i] * toKdl(link.kinematics().primaryFrame())),
+                  1e-12)
+            << i;
+      }
     }
   }
 }
 
-TEST(KtForwardKinematicsTest, TreeLinksAreNumberedDepthFirstPreOrder) {
-  TestRandom rng(23);
-  const auto arm = treeArm(rng);
-  ASSERT_EQ(arm->jointDof(), 4u);
-  const char* expected[] = {"root", "left", "leftTip", "right"};
-  for (std::size_t i = 0; i < 4; ++i) EXPECT_EQ(arm->link(i).identifier(), expected[i]);
-  EXPECT_EQ(arm->link(3).parentLink(), &arm->link(0));
-  EXPECT_EQ(arm->link(0).parentLink(), arm.get());
-  EXPECT_EQ(arm->linkIndex(), KtManipulatorLink::kBaseLinkIndex);
-}
-
-TEST(KtForwardKinematicsTest, NoFrameIsStaleAfterAnyChange) {
-  TestRandom rng(24);
-  for (int round = 0; round < TestRandom::cases() / 10 + 1; ++round) {
-    auto arm = treeArm(rng);
+// Links are numbered depth first in pre-order. A query carries on past the link asked as long as
+// the chain does not branch: on the serial arm asking link 2 brings every later link up to date,
+// in the tree asking the root (which has two children) computes the root alone, and asking the
+// deepest link computes its ancestors, whose frames its sibling branch then shares.
+TEST(KtForwardKinematicsTest, QueriesRunOnAlongUnbranchedChainsAndSiblingsShareTheirParent) {
+  TestRandom rng(28);
+  const auto serial = makeSerialArm(craigArmRows());
+  const auto tree = treeArm(rng);
+  const char* names[] = {"root", "left", "leftTip", "right"};
+  for (std::size_t i = 0; i < 4; ++i) EXPECT_EQ(tree->link(i).identifier(), names[i]);
+  EXPECT_TRUE(tree->link(3).parentLink() == &tree->link(0) && tree->link(0).parentLink() == tree.get());
+  EXPECT_EQ(tree->linkIndex(), KtManipulatorLink::kBaseLinkIndex);
+  const struct {
+    const KtIndividualManipulator& arm;
+    std::size_t asked;
+    std::vector<bool> valid;
+  } cases[] = {{*serial, 2, {true, true, true, true, true, true, true}},
+               {*tree, 0, {true, false, false, false}},
+               {*tree, 2, {true, true, true, false}}};
+  for (const auto& c : cases) {
     KtManipulatorActiveState active;
-    KtManipulatorActivePositionState& positions = active.activePositionState();
-    positions.setJointPositions(randomJoints(rng, 4));
-    positions.setBasePose(randomPose(rng));
-    expectFramesFresh(*arm, active);
-
-    positions.setJointPosition(static_cast<std::size_t>(rng.integer(0, 3)), rng.uniform(-kPi, kPi));
-    expectFramesFresh(*arm, active);
-    positions.setBasePose(randomPose(rng));
-    expectFramesFresh(*arm, active);
-    KtPositionState whole;
-    whole.setJointPositions(randomJoints(rng, 4));
-    positions.setPositionState(whole);
-    expectFramesFresh(*arm, active);
-
-    arm->linkForModification(0).denavitHartenberg()->setA(rng.uniform(-1, 1));
-    expectFramesFresh(*arm, active);
-    arm->linkForModification(1).denavitHartenberg()->setAlpha(rng.uniform(-kPi, kPi));
-    expectFramesFresh(*arm, active);
-    arm->linkForModification(2).kinematics().setPrimaryFrame(randomPose(rng));
-    expectFramesFresh(*arm, active);
-    arm->setCoordinateSystemTransform(randomPose(rng));
-    expectFramesFresh(*arm, active);
-    ASSERT_TRUE(arm->transformLinkSubtreeBy("left", randomPose(rng)));
-    expectFramesFresh(*arm, active);
-
-    // Tree changes: a new link in the middle of the numbering, then a replaced subtree.
-    arm->addLink(0, makeLink(DhRow{KtDhType::craig, KtJointType::prismatic, 0.2, 0.3, 0.1, 0.4}, "extra"));
-    positions.setJointPositions(randomJoints(rng, arm->jointDof()));
-    expectFramesFresh(*arm, active);
-    ASSERT_TRUE(arm->replaceLinkAndChildren(
-        "left", *makeLink(DhRow{KtDhType::paul, KtJointType::rotational, 0.7, 0.1, 0.2, 0.0}, "newLeft")));
-    EXPECT_EQ(arm->jointDof(), 4u);
-    expectFramesFresh(*arm, active);
-
-    // The same state asked through another (equal-sized) manipulator.
-    auto other = treeArm(rng);
-    positions.setJointPositions(randomJoints(rng, other->jointDof()));
-    expectFramesFresh(*other, active);
-    expectFramesFresh(*arm, active);
+    active.activePositionState().setJointPositions(randomJoints(rng, c.arm.jointDof()));
+    c.arm.link(c.asked).primaryFrameInSystem(active);
+    const auto& records = active.activePositionState();
+    for (std::size_t i = 0; i < records.linkCount(); ++i)
+      EXPECT_EQ(records.linkFrames(i).isValid(), c.valid[i]) << c.asked << " " << i;
+    const std::uint64_t parentComputations = c.arm.link(0).kinematics().transformComputations();
+    c.arm.link(c.arm.jointDof() - 1).dhFrameInSystem(active);
+    EXPECT_EQ(c.arm.link(0).kinematics().transformComputations(), parentComputations);
+    expectFramesFresh(c.arm, active);
   }
 }
 
+// After each kind of change (joints, base, parameters, primary frames, placement, the tree
+// itself, another manipulator asking through the same state) every frame is as computed afresh.
+TEST(KtForwardKinematicsTest, NoFrameIsStaleAfterAnyChange) {
+  TestRandom rng(24);
+  for (int round = 0; round < TestRandom::cases() / 10 + 1; ++round) {
+    auto arm = treeArm(rng), other = treeArm(rng);
+    KtManipulatorActiveState active;
+    KtManipulatorActivePositionState& positions = active.activePositionState();
+    const auto extra = DhRow{KtDhType::craig, KtJointType::prismatic, 0.2, 0.3, 0.1, 0.4};
+    const auto newLeft = DhRow{KtDhType::paul, KtJointType::rotational, 0.7, 0.1, 0.2, 0.0};
+    const std::function<void()> changes[] = {
+        [&] { positions.setJointPositions(randomJoints(rng, 4)), positions.setBasePose(randomPose(rng)); },
+        [&] {
+          positions.setJointPosition(static_cast<std::size_t>(rng.integer(0, 3)), rng.uniform(-kPi, kPi));
+        },
+        [&] { positions.setBasePose(randomPose(rng)); },
+        [&] {
+          KtPositionState whole;
+          whole.setJointPositions(randomJoints(rng, 4));
+          positions.setPositionState(whole);
+        },
+        [&] { arm->linkForModification(0).denavitHartenberg()->setA(rng.uniform(-1, 1)); },
+        [&] { arm->linkForModification(1).denavitHartenberg()->setAlpha(rng.uniform(-kPi, kPi)); },
+        [&] { arm->linkForModification(2).kinematics().setPrimaryFrame(randomPose(rng)); },
+        [&] { arm->setCoordinateSystemTransform(randomPose(rng)); },
+        [&] { ASSERT_TRUE(arm->transformLinkSubtreeBy("left", randomPose(rng))); },
+        // A new link in the middle of the numbering, then a replaced subtree.
+        [&] {
+          arm->addLink(0, makeLink(extra, "extra"));
+          positions.setJointPositions(randomJoints(rng, arm->jointDof()));
+        },
+        [&] {
+          ASSERT_TRUE(arm->replaceLinkAndChildren("left", *makeLink(newLeft, "newLeft")));
+          EXPECT_EQ(arm->jointDof(), 4u);
+        },
+        [&] {
+          positions.setJointPositions(randomJoints(rng, other->jointDof()));
+          expectFramesFresh(*other, active);
+        },
+    };
+    for (const auto& change : changes) {
+      change();
+      expectFramesFresh(*arm, active);
+    }
+  }
+}
+
+// Only joints whose value changed are recomputed; the joints' own transformations, which the
+// frames do not need, come out as computed afresh.
 TEST(KtForwardKinematicsTest, OnlyChangedJointsAreRecomputed) {
   TestRandom rng(25);
   const auto arm = makeSerialArm(craigArmRows());
@@ -115,7 +147,6 @@ TEST(KtForwardKinematicsTest, OnlyChangedJointsAreRecomputed) {
     return total;
   };
   std::vector<double> q = randomJoints(rng, 7);
-  // The joints' own transformations, which the frames do not need, come out as computed afresh.
   const auto expectJointTransformsFresh = [&arm, &q] {
     for (std::size_t i = 0; i < 7; ++i) {
       Kt::coordinateSystemTransformation fresh;
@@ -142,45 +173,6 @@ TEST(KtForwardKinematicsTest, OnlyChangedJointsAreRecomputed) {
   EXPECT_EQ(computations(), afterFirst + 1);
 }
 
-TEST(KtForwardKinematicsTest, SiblingsShareTheirParentsFrame) {
-  TestRandom rng(26);
-  const auto arm = treeArm(rng);
-  KtManipulatorActiveState active;
-  active.activePositionState().setJointPositions(randomJoints(rng, 4));
-  arm->link(2).primaryFrameInSystem(active);  // the deepest link computes its ancestors
-  const auto& records = active.activePositionState();
-  EXPECT_TRUE(records.linkFrames(0).isValid() && records.linkFrames(1).isValid() &&
-              records.linkFrames(2).isValid());
-  EXPECT_FALSE(records.linkFrames(3).isValid());
-  const std::uint64_t parentComputations = arm->link(0).kinematics().transformComputations();
-  arm->link(3).dhFrameInSystem(active);
-  EXPECT_EQ(arm->link(0).kinematics().transformComputations(), parentComputations);
-}
-
-// A query carries on past the link asked as long as the chain does not branch: on the serial
-// arm asking link 2 brings every later link up to date as well, in the tree asking the root
-// (which has two children) computes the root alone.
-TEST(KtForwardKinematicsTest, QueriesRunOnAlongUnbranchedChains) {
-  TestRandom rng(28);
-  const auto serial = makeSerialArm(craigArmRows());
-  const auto tree = treeArm(rng);
-  const struct {
-    const KtIndividualManipulator& arm;
-    std::size_t asked;
-    std::vector<bool> valid;
-  } cases[] = {{*serial, 2, {true, true, true, true, true, true, true}},
-               {*tree, 0, {true, false, false, false}}};
-  for (const auto& c : cases) {
-    KtManipulatorActiveState active;
-    active.activePositionState().setJointPositions(randomJoints(rng, c.arm.jointDof()));
-    c.arm.link(c.asked).dhFrameInSystem(active);
-    const auto& records = active.activePositionState();
-    for (std::size_t i = 0; i < records.linkCount(); ++i)
-      EXPECT_EQ(records.linkFrames(i).isValid(), c.valid[i]) << i;
-    expectFramesFresh(c.arm, active);
-  }
-}
-
 // The cached frames go into a document and come back exactly, valid or not, the primary
 // frames included whether or not the link has a primary offset.
 TEST(KtForwardKinematicsTest, CachedFramesSurviveWritingAndReading) {
@@ -194,31 +186,15 @@ TEST(KtForwardKinematicsTest, CachedFramesSurviveWritingAndReading) {
   ASSERT_TRUE(ktTestRead(read, ktTestWrite(written)));
   EXPECT_TRUE(read.isEqual(written) && written.isEqual(read));
   ASSERT_EQ(read.linkCount(), 4u);
-  std::vector<std::pair<const KtLinkFrames*, const KtLinkFrames*>> pairs{
-      {&read.baseFrames(), &written.baseFrames()}};
-  for (std::size_t i = 0; i < 4; ++i) pairs.emplace_back(&read.linkFrames(i), &written.linkFrames(i));
-  for (const auto& [back, original] : pairs) {
-    EXPECT_EQ(back->isValid(), original->isValid());
-    if (!original->isValid()) continue;
-    EXPECT_EQ(back->dhFrame(), original->dhFrame());
-    EXPECT_EQ(back->primaryFrame(), original->primaryFrame());
-  }
   EXPECT_FALSE(read.linkFrames(3).isValid());
-}
-
-TEST(KtForwardKinematicsTest, WarmQueriesDoNotAllocate) {
-  TestRandom rng(27);
-  const auto arm = makeSerialArm(craigArmRows());
-  KtManipulatorActiveState active;
-  std::vector<double> q = randomJoints(rng, 7);
-  active.activePositionState().setJointPositions(q);
-  arm->link(6).primaryFrameInSystem(active);
-  const std::vector<double> next = randomJoints(rng, 7);
-  NoAllocationGuard guard;
-  for (int i = 0; i < 10; ++i) {
-    active.activePositionState().setJointPositions(i % 2 == 0 ? next : q);
-    active.activePositionState().setJointPosition(2, 0.1 * i);
-    for (std::size_t link = 0; link < 7; ++link) arm->link(link).primaryFrameInSystem(active);
+  for (int i = -1; i < 4; ++i) {
+    const auto& frames = [i](KtManipulatorActivePositionState& s) -> const KtLinkFrames& {
+      return i < 0 ? s.baseFrames() : s.linkFrames(static_cast<std::size_t>(i));
+    };
+    EXPECT_EQ(frames(read).isValid(), frames(written).isValid()) << i;
+    if (!frames(written).isValid()) continue;
+    EXPECT_EQ(frames(read).dhFrame(), frames(written).dhFrame()) << i;
+    EXPECT_EQ(frames(read).primaryFrame(), frames(written).primaryFrame()) << i;
   }
 }
 
@@ -229,7 +205,6 @@ TEST(KtForwardKinematicsTest, QueryOrderDoesNotChangeAnyFrame) {
   const auto arm = treeArm(rng);
   KtManipulatorActiveState active;
   std::vector<double> q = randomJoints(rng, arm->jointDof());
-  active.activePositionState().setJointPositions(q);
   for (int i = 0; i < TestRandom::cases(); ++i) {
     q[static_cast<std::size_t>(rng.integer(0, 3))] = rng.uniform(-kPi, kPi);
     active.activePositionState().setJointPositions(q);

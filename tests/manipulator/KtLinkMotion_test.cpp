@@ -17,10 +17,9 @@ struct Motion {
   std::vector<double> q, rates;
 
   static Motion random(TestRandom& rng, std::size_t joints) {
-    const auto vector = [&rng] {
-      return Kt::Vector(rng.uniform(-1, 1), rng.uniform(-1, 1), rng.uniform(-1, 1));
-    };
-    return {randomPose(rng), vector(), vector(), randomJoints(rng, joints), randomJoints(rng, joints, 2.0)};
+    const Kt::coordinateSystemTransformation pose = randomPose(rng);
+    const Kt::Vector linear = randomVector(rng), angular = randomVector(rng);
+    return {pose, linear, angular, randomJoints(rng, joints), randomJoints(rng, joints, 2.0)};
   }
 
   KtVelocityState velocityState() const {
@@ -62,12 +61,40 @@ std::unique_ptr<KtIndividualManipulator> movingArm(TestRandom& rng) {
 constexpr double kStep = 1e-5;
 constexpr double kTolerance = 1e-7;
 
-// Calls check(link, name, now, before, after) for the base and every link of a moving arm, for
-// seeded random motions, with the active states at times 0, -kStep and kStep.
-template <typename Check>
-void forEachLinkAlongMotions(std::uint64_t salt, Check check) {
-  TestRandom rng(salt);
+using MomentumQuery = bool (KtManipulatorLink::*)(KtManipulatorActiveState&, Kt::Vector&, Kt::Vector&) const;
+
+// A momentum query's vectors in system axes.
+std::pair<Kt::Vector, Kt::Vector> inSystem(const KtManipulatorLink& link, KtManipulatorActiveState& state,
+                                           MomentumQuery query) {
+  Kt::Vector linear, angular;
+  EXPECT_TRUE((link.*query)(state, linear, angular));
+  const Kt::Orientation& toSystem = link.dhFrameInSystem(state).orientation();
+  return {toSystem * linear, toSystem * angular};
+}
+
+Kt::Vector centerInSystem(const KtManipulatorLink& link, KtManipulatorActiveState& state) {
+  return link.primaryFrameInSystem(state) * link.massProperties().centerOfMass();
+}
+
+void collectSubtree(const KtManipulatorLink& link, std::vector<const KtManipulatorLink*>& links) {
+  links.push_back(&link);
+  for (std::size_t i = 0; i < link.childCount(); ++i) collectSubtree(link.child(i), links);
+}
+
+}  // namespace
+
+// For seeded random motions of an arm of every joint type with a side branch and mass on every
+// body, at the base and every link: the velocities of the frames, the motion of the centre of
+// mass and the momenta (m v and I w, w from the frames; composite ones gathered from the subtree
+// about its common centre of mass) are the time derivatives of the frames along the motion, and
+// the accelerations and momentum rates those of the velocities and momenta, by central
+// differences. Accelerations are reported in the D-H frame's axes.
+TEST(KtLinkMotionTest, MotionsAndMomentaAreDerivativesAlongTheMotion) {
+  TestRandom rng(41);
   const auto arm = movingArm(rng);
+  const auto rate = [](const Kt::Vector& behind, const Kt::Vector& ahead) {
+    return (ahead - behind) * (0.5 / kStep);
+  };
   for (int c = 0; c < TestRandom::cases(); ++c) {
     const Motion motion = Motion::random(rng, arm->jointDof());
     KtManipulatorActiveState now, before, after;
@@ -76,58 +103,85 @@ void forEachLinkAlongMotions(std::uint64_t salt, Check check) {
     motion.place(after, kStep);
     for (int index = -1; index < static_cast<int>(arm->jointDof()); ++index) {
       const KtManipulatorLink& link = index < 0 ? *arm : arm->link(static_cast<std::size_t>(index));
-      check(link, "link " + std::to_string(index), now, before, after);
+      const std::string name = "link " + std::to_string(index);
+      const Kt::coordinateSystemTransformation &dh0 = link.dhFrameInSystem(before),
+                                               &dh1 = link.dhFrameInSystem(after);
+      const Kt::Vector dhLinear = rate(dh0.translation(), dh1.translation());
+      const Kt::Vector angular = angularRate(dh0.orientation(), dh1.orientation(), 2 * kStep);
+      const Kt::Orientation toLocal = link.dhFrameInSystem(now).orientation().inverse();
+      KtGeneralMotion velocity, v0, v1, acceleration;
+      ASSERT_TRUE(link.dhFrameVelocityInSystem(now, velocity));
+      expectNear(velocity.linear(), dhLinear, kTolerance, name + " linear");
+      expectNear(velocity.angular(), angular, kTolerance, name + " angular");
+      ASSERT_TRUE(link.dhFrameVelocityInLocal(now, velocity));
+      expectNear(velocity.linear(), toLocal * dhLinear, kTolerance, name + " local linear");
+      expectNear(velocity.angular(), toLocal * angular, kTolerance, name + " local angular");
+      ASSERT_TRUE(link.primaryFrameVelocityInSystem(now, velocity));
+      expectNear(velocity.linear(),
+                 rate(link.primaryFrameInSystem(before).translation(),
+                      link.primaryFrameInSystem(after).translation()),
+                 kTolerance, name + " primary linear");
+      expectNear(velocity.angular(), angular, kTolerance, name + " primary angular");
+
+      link.dhFrameVelocityInSystem(before, v0);
+      link.dhFrameVelocityInSystem(after, v1);
+      ASSERT_TRUE(link.dhFrameAccelerationInLocal(now, acceleration));
+      expectNear(acceleration.linear(), toLocal * rate(v0.linear(), v1.linear()), kTolerance,
+                 name + " acc linear");
+      expectNear(acceleration.angular(), toLocal * rate(v0.angular(), v1.angular()), kTolerance,
+                 name + " acc angular");
+
+      const auto systemCom = [&link](KtManipulatorActiveState& state, auto query) {
+        KtGeneralMotion local;
+        EXPECT_TRUE((link.*query)(state, local));
+        return link.dhFrameInSystem(state).orientation() * local.linear();
+      };
+      const Kt::Vector comVelocity = rate(centerInSystem(link, before), centerInSystem(link, after));
+      expectNear(systemCom(now, &KtManipulatorLink::comVelocityInLocal), comVelocity, kTolerance,
+                 name + " v");
+      expectNear(systemCom(now, &KtManipulatorLink::comAccelerationInLocal),
+                 rate(systemCom(before, &KtManipulatorLink::comVelocityInLocal),
+                      systemCom(after, &KtManipulatorLink::comVelocityInLocal)),
+                 kTolerance, name + " a");
+
+      const KtMassProperties& mass = link.massProperties();
+      const Kt::Orientation& axes = link.primaryFrameInSystem(now).orientation();
+      const auto [linear, angularMomentum] = inSystem(link, now, &KtManipulatorLink::spatialMomentumInLocal);
+      expectNear(linear, comVelocity * mass.mass(), kTolerance, name + " linear momentum");
+      expectNear(angularMomentum, axes * (mass.inertiaAboutCenterOfMass() * (axes.inverse() * angular)),
+                 kTolerance, name + " angular momentum");
+
+      std::vector<const KtManipulatorLink*> subtree;
+      collectSubtree(link, subtree);
+      KtReal total = 0.0;
+      Kt::Vector firstMoment, gatheredLinear, gatheredAngular;
+      for (const KtManipulatorLink* body : subtree) {
+        total += body->massProperties().mass();
+        firstMoment += centerInSystem(*body, now) * body->massProperties().mass();
+      }
+      for (const KtManipulatorLink* body : subtree) {
+        const auto [p, l] = inSystem(*body, now, &KtManipulatorLink::spatialMomentumInLocal);
+        gatheredLinear += p;
+        gatheredAngular += l + (centerInSystem(*body, now) - firstMoment / total).cross(p);
+      }
+      const auto [compositeLinear, compositeAngular] =
+          inSystem(link, now, &KtManipulatorLink::compositeSpatialMomentumInLocal);
+      expectNear(compositeLinear, gatheredLinear, kTolerance, name + " composite linear");
+      expectNear(compositeAngular, gatheredAngular, kTolerance, name + " composite angular");
+
+      const std::pair<MomentumQuery, MomentumQuery> momenta[] = {
+          {&KtManipulatorLink::spatialMomentumInLocal, &KtManipulatorLink::spatialMomentumRateInLocal},
+          {&KtManipulatorLink::compositeSpatialMomentumInLocal,
+           &KtManipulatorLink::compositeSpatialMomentumRateInLocal}};
+      for (const auto& [momentum, momentumRate] : momenta) {
+        const auto [linear0, angular0] = inSystem(link, before, momentum);
+        const auto [linear1, angular1] = inSystem(link, after, momentum);
+        const auto [linearRate, angularRate] = inSystem(link, now, momentumRate);
+        expectNear(linearRate, rate(linear0, linear1), kTolerance, name + " linear rate");
+        expectNear(angularRate, rate(angular0, angular1), kTolerance, name + " angular rate");
+      }
     }
   }
-}
-
-}  // namespace
-
-// The velocities of every frame are the time derivatives of the frames that the forward
-// kinematics gives along the motion, taken by central differences.
-TEST(KtLinkMotionTest, VelocitiesAreDerivativesOfTheFrames) {
-  forEachLinkAlongMotions(41, [](const KtManipulatorLink& link, const std::string& name,
-                                 KtManipulatorActiveState& now, KtManipulatorActiveState& before,
-                                 KtManipulatorActiveState& after) {
-    const Kt::coordinateSystemTransformation &dh0 = link.dhFrameInSystem(before),
-                                             &dh1 = link.dhFrameInSystem(after);
-    const Kt::Vector dhLinear = (dh1.translation() - dh0.translation()) * (0.5 / kStep);
-    const Kt::Vector angular = angularRate(dh0.orientation(), dh1.orientation(), 2 * kStep);
-    KtGeneralMotion velocity;
-    ASSERT_TRUE(link.dhFrameVelocityInSystem(now, velocity));
-    expectNear(velocity.linear(), dhLinear, kTolerance, name + " linear");
-    expectNear(velocity.angular(), angular, kTolerance, name + " angular");
-
-    const Kt::Orientation toLocal = link.dhFrameInSystem(now).orientation().inverse();
-    ASSERT_TRUE(link.dhFrameVelocityInLocal(now, velocity));
-    expectNear(velocity.linear(), toLocal * dhLinear, kTolerance, name + " local linear");
-    expectNear(velocity.angular(), toLocal * angular, kTolerance, name + " local angular");
-
-    const Kt::Vector primaryLinear =
-        (link.primaryFrameInSystem(after).translation() - link.primaryFrameInSystem(before).translation()) *
-        (0.5 / kStep);
-    ASSERT_TRUE(link.primaryFrameVelocityInSystem(now, velocity));
-    expectNear(velocity.linear(), primaryLinear, kTolerance, name + " primary linear");
-    expectNear(velocity.angular(), angular, kTolerance, name + " primary angular");
-  });
-}
-
-// With joint rates and base velocity held, the accelerations are the time derivatives of the
-// velocities (in system axes), reported in the D-H frame's axes.
-TEST(KtLinkMotionTest, AccelerationsAreDerivativesOfTheVelocities) {
-  forEachLinkAlongMotions(
-      42, [](const KtManipulatorLink& link, const std::string& name, KtManipulatorActiveState& now,
-             KtManipulatorActiveState& before, KtManipulatorActiveState& after) {
-        KtGeneralMotion v0, v1, acceleration;
-        link.dhFrameVelocityInSystem(before, v0);
-        link.dhFrameVelocityInSystem(after, v1);
-        const Kt::Orientation toLocal = link.dhFrameInSystem(now).orientation().inverse();
-        ASSERT_TRUE(link.dhFrameAccelerationInLocal(now, acceleration));
-        expectNear(acceleration.linear(), toLocal * ((v1.linear() - v0.linear()) * (0.5 / kStep)), kTolerance,
-                   name + " linear");
-        expectNear(acceleration.angular(), toLocal * ((v1.angular() - v0.angular()) * (0.5 / kStep)),
-                   kTolerance, name + " angular");
-      });
 }
 
 // Cached motions never outlive what they were computed from: after each kind of change every
@@ -170,103 +224,7 @@ TEST(KtLinkMotionTest, NoMotionIsStaleAfterAnyChange) {
   expectFresh("a model parameter");
 }
 
-namespace {
-
-using MomentumQuery = bool (KtManipulatorLink::*)(KtManipulatorActiveState&, Kt::Vector&, Kt::Vector&) const;
-
-// A momentum query's vectors in system axes.
-std::pair<Kt::Vector, Kt::Vector> inSystem(const KtManipulatorLink& link, KtManipulatorActiveState& state,
-                                           MomentumQuery query) {
-  Kt::Vector linear, angular;
-  EXPECT_TRUE((link.*query)(state, linear, angular));
-  const Kt::Orientation& toSystem = link.dhFrameInSystem(state).orientation();
-  return {toSystem * linear, toSystem * angular};
-}
-
-Kt::Vector centerInSystem(const KtManipulatorLink& link, KtManipulatorActiveState& state) {
-  return link.primaryFrameInSystem(state) * link.massProperties().centerOfMass();
-}
-
-void collectSubtree(const KtManipulatorLink& link, std::vector<const KtManipulatorLink*>& links) {
-  links.push_back(&link);
-  for (std::size_t i = 0; i < link.childCount(); ++i) collectSubtree(link.child(i), links);
-}
-
-}  // namespace
-
-// The centre of mass moves as the frames carry it; the momenta are m v and I w (w from the
-// frames), and their rates the time derivatives of the momenta along the motion.
-TEST(KtLinkMotionTest, MassQueriesFollowTheCentreOfMass) {
-  forEachLinkAlongMotions(45, [](const KtManipulatorLink& link, const std::string& name,
-                                 KtManipulatorActiveState& now, KtManipulatorActiveState& before,
-                                 KtManipulatorActiveState& after) {
-    const auto systemCom = [&link](KtManipulatorActiveState& state, auto query) {
-      KtGeneralMotion local;
-      EXPECT_TRUE((link.*query)(state, local));
-      return link.dhFrameInSystem(state).orientation() * local.linear();
-    };
-    const Kt::Vector velocity = (centerInSystem(link, after) - centerInSystem(link, before)) * (0.5 / kStep);
-    expectNear(systemCom(now, &KtManipulatorLink::comVelocityInLocal), velocity, kTolerance, name + " v");
-    const Kt::Vector acceleration = (systemCom(after, &KtManipulatorLink::comVelocityInLocal) -
-                                     systemCom(before, &KtManipulatorLink::comVelocityInLocal)) *
-                                    (0.5 / kStep);
-    expectNear(systemCom(now, &KtManipulatorLink::comAccelerationInLocal), acceleration, kTolerance,
-               name + " a");
-
-    const KtMassProperties& mass = link.massProperties();
-    const Kt::Orientation& axes = link.primaryFrameInSystem(now).orientation();
-    const Kt::Vector w = angularRate(link.primaryFrameInSystem(before).orientation(),
-                                     link.primaryFrameInSystem(after).orientation(), 2 * kStep);
-    const auto [linear, angular] = inSystem(link, now, &KtManipulatorLink::spatialMomentumInLocal);
-    expectNear(linear, velocity * mass.mass(), kTolerance, name + " linear momentum");
-    expectNear(angular, axes * (mass.inertiaAboutCenterOfMass() * (axes.inverse() * w)), kTolerance,
-               name + " angular momentum");
-
-    const auto [linear0, angular0] = inSystem(link, before, &KtManipulatorLink::spatialMomentumInLocal);
-    const auto [linear1, angular1] = inSystem(link, after, &KtManipulatorLink::spatialMomentumInLocal);
-    const auto [linearRate, angularRate] =
-        inSystem(link, now, &KtManipulatorLink::spatialMomentumRateInLocal);
-    expectNear(linearRate, (linear1 - linear0) * (0.5 / kStep), kTolerance, name + " linear rate");
-    expectNear(angularRate, (angular1 - angular0) * (0.5 / kStep), kTolerance, name + " angular rate");
-  });
-}
-
-// A link's composite momenta are those of its subtree's links gathered about their common
-// centre of mass; the rates are their derivatives along the motion.
-TEST(KtLinkMotionTest, CompositeMomentaGatherTheSubtree) {
-  forEachLinkAlongMotions(
-      46, [](const KtManipulatorLink& link, const std::string& name, KtManipulatorActiveState& now,
-             KtManipulatorActiveState& before, KtManipulatorActiveState& after) {
-        std::vector<const KtManipulatorLink*> subtree;
-        collectSubtree(link, subtree);
-        KtReal mass = 0.0;
-        Kt::Vector firstMoment, linear, angular;
-        for (const KtManipulatorLink* body : subtree) {
-          mass += body->massProperties().mass();
-          firstMoment += centerInSystem(*body, now) * body->massProperties().mass();
-        }
-        const Kt::Vector center = firstMoment / mass;
-        for (const KtManipulatorLink* body : subtree) {
-          const auto [p, l] = inSystem(*body, now, &KtManipulatorLink::spatialMomentumInLocal);
-          linear += p;
-          angular += l + (centerInSystem(*body, now) - center).cross(p);
-        }
-        const auto [compositeLinear, compositeAngular] =
-            inSystem(link, now, &KtManipulatorLink::compositeSpatialMomentumInLocal);
-        expectNear(compositeLinear, linear, kTolerance, name + " linear");
-        expectNear(compositeAngular, angular, kTolerance, name + " angular");
-
-        const auto [linear0, angular0] =
-            inSystem(link, before, &KtManipulatorLink::compositeSpatialMomentumInLocal);
-        const auto [linear1, angular1] =
-            inSystem(link, after, &KtManipulatorLink::compositeSpatialMomentumInLocal);
-        const auto [linearRate, angularRate] =
-            inSystem(link, now, &KtManipulatorLink::compositeSpatialMomentumRateInLocal);
-        expectNear(linearRate, (linear1 - linear0) * (0.5 / kStep), kTolerance, name + " linear rate");
-        expectNear(angularRate, (angular1 - angular0) * (0.5 / kStep), kTolerance, name + " angular rate");
-      });
-}
-
+// Once warm, setting joints (all or one) and rates and asking frames and motions allocate nothing.
 TEST(KtLinkMotionTest, WarmQueriesDoNotAllocate) {
   TestRandom rng(44);
   const auto arm = makeSerialArm(craigArmRows());
@@ -281,6 +239,8 @@ TEST(KtLinkMotionTest, WarmQueriesDoNotAllocate) {
     active.activePositionState().setJointPositions(i % 2 == 0 ? second.q : first.q);
     active.setVelocityState(i % 2 == 0 ? secondRates : firstRates);
     for (std::size_t link = 0; link < 7; ++link) arm->link(link).dhFrameAccelerationInLocal(active, motion);
+    active.activePositionState().setJointPosition(2, 0.1 * i);
+    for (std::size_t link = 0; link < 7; ++link) arm->link(link).primaryFrameInSystem(active);
   }
 }
 

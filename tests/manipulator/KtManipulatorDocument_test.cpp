@@ -16,8 +16,6 @@ using namespace manipulator_test;
 
 namespace {
 
-std::string dataPath(const std::string& name) { return std::string(KT_TEST_DATA_DIR) + "/" + name; }
-
 // A stated system whose every uninterpreted element holds nested content, attributes and
 // lists, written the way other programs might lay it out.
 const char* const kDocumentWithUnknownParts = R"(<?xml version="1.0"?>
@@ -80,9 +78,11 @@ std::pair<std::size_t, std::size_t> nestingAndIndentation(const std::string& tex
 
 }  // namespace
 
+// The sample documents load silently and save to the same bytes; the compressed sample holds
+// the same system as the plain one.
 TEST(KtManipulatorDocumentTest, SampleDocumentsAreReproducedByteForByte) {
   for (const char* name : {"craig_arm.xml", "paul_arm.xml", "arm_and_customer.xml"}) {
-    const std::string original = readBytes(dataPath(name));
+    const std::string original = readBytes(samplePath(name));
     ASSERT_FALSE(original.empty()) << name;
     KtStatedSystem stated;
     PrintCapture capture;
@@ -90,40 +90,17 @@ TEST(KtManipulatorDocumentTest, SampleDocumentsAreReproducedByteForByte) {
     EXPECT_EQ(capture.text(), "") << name;
     EXPECT_EQ(ktTestWrite(stated, name), original) << name;
   }
-}
-
-TEST(KtManipulatorDocumentTest, CompressedSampleHoldsTheSameSystem) {
   KtStatedSystem plain, compressed;
-  ASSERT_TRUE(ktReadObjectFromFile(plain, dataPath("craig_arm.xml")));
-  ASSERT_TRUE(ktReadObjectFromFile(compressed, dataPath("craig_arm.xml.gz")));
+  ASSERT_TRUE(ktReadObjectFromFile(plain, samplePath("craig_arm.xml")));
+  ASSERT_TRUE(ktReadObjectFromFile(compressed, samplePath("craig_arm.xml.gz")));
   EXPECT_TRUE(plain.isEqual(compressed));
-  ASSERT_EQ(plain.system().size(), 1u);
-  EXPECT_EQ(plain.system().manipulator(0).jointDof(), 7u);
-}
-
-TEST(KtManipulatorDocumentTest, LoadedSampleArmsAgreeWithKdl) {
-  TestRandom rng(31);
-  for (const char* name : {"craig_arm.xml", "paul_arm.xml"}) {
-    KtStatedSystem stated;
-    ASSERT_TRUE(ktReadObjectFromFile(stated, dataPath(name)));
-    const KtIndividualManipulator& arm = stated.system().manipulator(0);
-    KtManipulatorActiveState active;
-    for (int i = 0; i < TestRandom::cases(); ++i) {
-      const std::vector<double> q = randomJoints(rng, arm.jointDof());
-      active.activePositionState().setJointPositions(q);
-      const std::vector<KDL::Frame> expected = kdlFrames(arm, Kt::coordinateSystemTransformation(), q);
-      for (std::size_t link = 0; link < arm.jointDof(); ++link) {
-        const KDL::Frame primary = expected[link] * toKdl(arm.link(link).kinematics().primaryFrame());
-        ASSERT_LT(frameDistance(arm.link(link).primaryFrameInSystem(active), primary), 1e-12) << name;
-      }
-    }
-  }
+  EXPECT_TRUE(plain.system().size() == 1u && plain.system().manipulator(0).jointDof() == 7u);
 }
 
 TEST(KtManipulatorDocumentTest, UninterpretedElementsSurviveLoadingAndSaving) {
-  KtStatedSystem first;
+  KtStatedSystem first, second;
   ASSERT_TRUE(ktTestRead(first, kDocumentWithUnknownParts));
-  const std::string once = ktTestWrite(first, "kept.xml");
+  const std::string once = ktTestWrittenTwice(first, second);
   for (const char* kept :
        {"<sm:stepCount>12</sm:stepCount>", "kind=\"soft\">0.5 0.25</ct:gain>", "<sm:plane normal=\"0 0 1\"/>",
         "<sm:label>floor of the cell</sm:label>", "<sm:pair a=\"1\" b=\"2\"/>",
@@ -131,16 +108,12 @@ TEST(KtManipulatorDocumentTest, UninterpretedElementsSurviveLoadingAndSaving) {
         "<sm:stiffness>100</sm:stiffness>"}) {
     EXPECT_NE(once.find(kept), std::string::npos) << kept;
   }
-  KtStatedSystem second;
-  ASSERT_TRUE(ktTestRead(second, once));
-  EXPECT_EQ(ktTestWrite(second, "kept.xml"), once);
-  EXPECT_TRUE(first.isEqual(second));
   EXPECT_EQ(second.system().manipulator(0).link(0).denavitHartenberg()->a(), 0.25);
 }
 
 TEST(KtManipulatorDocumentTest, ReadingAParameterDropsCachedFrames) {
   KtStatedSystem stated;
-  ASSERT_TRUE(ktReadObjectFromFile(stated, dataPath("craig_arm.xml")));
+  ASSERT_TRUE(ktReadObjectFromFile(stated, samplePath("craig_arm.xml")));
   KtIndividualManipulator& arm = stated.system().manipulator(0);
   KtManipulatorActiveState active;
   active.activePositionState().setJointPositions(std::vector<double>(7, 0.2));
@@ -182,7 +155,7 @@ TEST(KtManipulatorDocumentTest, InvertedJointLimitsRefuseTheDocument) {
 // A stray empty childLinks after the real one is reported with its line and skipped, so the
 // arm keeps its seven links; a placement keeps its first translation likewise.
 TEST(KtManipulatorDocumentTest, RepeatedElementsKeepTheFirst) {
-  std::string text = readBytes(dataPath("craig_arm.xml"));
+  std::string text = readBytes(samplePath("craig_arm.xml"));
   const std::size_t end = text.find("   </sm:individualManipulator>");
   ASSERT_NE(end, std::string::npos);
   text.insert(end, "    <sm:childLinks/>\n");
@@ -331,14 +304,9 @@ TEST(KtManipulatorDocumentTest, KeptElementsAreAFixedPointOfLoadingAndSaving) {
       ASSERT_TRUE(ktTestRead(original, documentKeeping(snippet))) << snippet;
     }
     PrintCapture capture;
-    const std::string saved = ktTestWrite(original, "kept.xml");
+    KtStatedSystem loaded;
+    const std::string saved = ktTestWrittenTwice(original, loaded);
     EXPECT_NE(saved.find(expected), std::string::npos) << snippet << "\n" << saved;
-    for (int round = 0; round < 2; ++round) {
-      KtStatedSystem loaded;
-      ASSERT_TRUE(ktTestRead(loaded, saved)) << snippet << "\n" << saved;
-      EXPECT_TRUE(loaded.isEqual(original)) << snippet << "\n" << saved;
-      EXPECT_EQ(ktTestWrite(loaded, "kept.xml"), saved) << snippet;
-    }
     EXPECT_EQ(capture.text(), "") << snippet;
   }
 }

@@ -14,7 +14,9 @@
 
 #include "manipulator/KtIndividualManipulator.h"
 #include "manipulator/KtManipulatorActiveState.h"
+#include "manipulator/KtStatedSystem.h"
 #include "support/Random.h"
+#include "xml/KtXmlFile.h"
 
 // Building arms in code, independent reference frames and the KDL oracle for the
 // manipulator tests.
@@ -80,10 +82,21 @@ inline std::vector<DhRow> paulArmRows() {
   return {r(-h, 0.34), r(h, 0), r(h, 0.4), r(-h, 0), r(-h, 0.4), r(h, 0), r(0, 0.126)};
 }
 
+// A path below the sample data directory, and the first manipulator of a sample document there.
+inline std::string samplePath(const std::string& name) { return std::string(KT_TEST_DATA_DIR) + "/" + name; }
+inline std::unique_ptr<KtIndividualManipulator> loadSampleArm(const std::string& name) {
+  KtStatedSystem stated;
+  EXPECT_TRUE(ktReadObjectFromFile(stated, samplePath(name))) << name;
+  return std::make_unique<KtIndividualManipulator>(stated.system().manipulator(0));
+}
+
+inline Kt::Vector randomVector(TestRandom& rng, double size = 1.0) {
+  return Kt::Vector(rng.uniform(-size, size), rng.uniform(-size, size), rng.uniform(-size, size));
+}
+
 inline Kt::coordinateSystemTransformation randomPose(TestRandom& rng, double reach = 1.0) {
   Kt::Orientation q(rng.uniform(-1, 1), rng.uniform(-1, 1), rng.uniform(-1, 1), rng.uniform(-1, 1));
-  return Kt::coordinateSystemTransformation(
-      Kt::Vector(rng.uniform(-reach, reach), rng.uniform(-reach, reach), rng.uniform(-reach, reach)), q);
+  return Kt::coordinateSystemTransformation(randomVector(rng, reach), q);
 }
 
 inline std::vector<double> randomJoints(TestRandom& rng, std::size_t count, double range = kPi) {
@@ -104,14 +117,11 @@ inline std::unique_ptr<KtDenavitHartenberg> randomJoint(TestRandom& rng, KtDhTyp
 // Mass properties a rigid body can have: a mass, a centre within `reach` of the origin, and an
 // inertia about it that a few point masses around it would have.
 inline KtMassProperties randomMassProperties(TestRandom& rng, double reach = 0.3) {
-  const auto vector = [&rng](double size) {
-    return Kt::Vector(rng.uniform(-size, size), rng.uniform(-size, size), rng.uniform(-size, size));
-  };
   KtSymmetricTensor inertia;
   for (int k = 0; k < 3; ++k)
-    inertia = inertia + KtSymmetricTensor::ofPointMass(rng.uniform(0.1, 1.0), vector(0.3));
+    inertia = inertia + KtSymmetricTensor::ofPointMass(rng.uniform(0.1, 1.0), randomVector(rng, 0.3));
   KtMassProperties properties;
-  EXPECT_TRUE(properties.setAboutCenterOfMass(rng.uniform(0.5, 3.0), vector(reach), inertia));
+  EXPECT_TRUE(properties.setAboutCenterOfMass(rng.uniform(0.5, 3.0), randomVector(rng, reach), inertia));
   return properties;
 }
 

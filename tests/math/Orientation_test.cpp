@@ -101,7 +101,14 @@ TEST(Orientation, Get321EulerReproducesEveryHalfUnitQuaternionIncludingGimbalLoc
   EXPECT_EQ(locked, 8);
 }
 
+// Near-unit quaternions within the band stay bit for bit; any other finite components, from
+// subnormal to DBL_MAX in any mix of signs and magnitudes, normalise to a finite unit quaternion
+// in the input's direction (the oracle scales by a power of two first); zero gives the identity.
 TEST(Orientation, NormalisationKeepsTheBandBitForBitAndRepairsEverythingElse) {
+  const double big = std::numeric_limits<double>::max(), least = std::numeric_limits<double>::denorm_min();
+  std::vector<std::array<double, 4>> inputs = {
+      {1e-320, 0, 0, 0}, {-least, least, 0, 0}, {1e300, -1e300, 1e300, 1e-300}, {big, big, -big, big}};
+  const int exponents[][2] = {{-1074, -1023}, {-1022, -500}, {-20, 20}, {500, 1023}};
   TestRandom rng(13);
   for (int i = 0; i < TestRandom::cases(); ++i) {
     const Orientation unit = randomRotation(rng).q;
@@ -114,31 +121,12 @@ TEST(Orientation, NormalisationKeepsTheBandBitForBitAndRepairsEverythingElse) {
       EXPECT_TRUE(Orientation(c[0] * scale, c[1] * scale, c[2] * scale, c[3] * scale).approxEq(unit, 1e-12));
     EXPECT_TRUE(unit.approxEq(Orientation(-c[0], -c[1], -c[2], -c[3]), 1e-12));  // q and -q
     EXPECT_FALSE(unit.approxEq(unit * Orientation::xRotation(3e-3), 1e-3));
-  }
-  EXPECT_EQ(Orientation(0.0, 0.0, 0.0, 0.0), Orientation::identity());
-  Orientation q = Orientation::zQuaternion();
-  q.set(std::vector<double>{});
-  EXPECT_EQ(q, Orientation::wQuaternion());
-  q.set(std::vector<double>{0.0, 0.0, -3.0});
-  EXPECT_EQ(q, Orientation(0.0, 0.0, -1.0, 0.0));
-}
-
-// Components from subnormal to DBL_MAX, in any mix of signs and magnitudes, normalise to a
-// finite unit quaternion in the input's direction. The oracle scales by a power of two.
-TEST(Orientation, NormalisationOfAnyFiniteMagnitudesGivesTheUnitMultipleOfTheInput) {
-  const double big = std::numeric_limits<double>::max(), least = std::numeric_limits<double>::denorm_min();
-  std::vector<std::array<double, 4>> inputs = {
-      {1e-320, 0, 0, 0}, {-least, least, 0, 0}, {1e300, -1e300, 1e300, 1e-300}, {big, big, -big, big}};
-  TestRandom rng(15);
-  for (int i = 0; i < TestRandom::cases(); ++i) {
-    std::array<double, 4> c;
-    for (double& component : c) {
-      const int exponents[][2] = {{-1074, -1023}, {-1022, -500}, {-20, 20}, {500, 1023}};
+    std::array<double, 4>& any = inputs.emplace_back();
+    for (double& component : any) {
       const int* range = exponents[rng.integer(0, 3)];
       component =
           rng.integer(0, 7) == 0 ? 0.0 : std::ldexp(rng.uniform(-2, 2), rng.integer(range[0], range[1]));
     }
-    inputs.push_back(c);
   }
   for (const std::array<double, 4>& c : inputs) {
     double largest = 0.0;
@@ -156,6 +144,12 @@ TEST(Orientation, NormalisationOfAnyFiniteMagnitudesGivesTheUnitMultipleOfTheInp
     }
     EXPECT_NEAR(norm, 1.0, 1e-12);
   }
+  EXPECT_EQ(Orientation(0.0, 0.0, 0.0, 0.0), Orientation::identity());
+  Orientation q = Orientation::zQuaternion();
+  q.set(std::vector<double>{});
+  EXPECT_EQ(q, Orientation::wQuaternion());
+  q.set(std::vector<double>{0.0, 0.0, -3.0});
+  EXPECT_EQ(q, Orientation(0.0, 0.0, -1.0, 0.0));
 }
 
 TEST(Orientation, InterpolationFollowsTheShorterArcBetweenItsEnds) {
@@ -208,8 +202,12 @@ TEST(Orientation, IntegratingAConstantAngularVelocityFollowsTheExactRotation) {
   }
 }
 
-TEST(Orientation, QuaternionRatesInvertAndAgreeBetweenFrames) {
+// Quaternion rates from local and reference angular velocities agree and invert; on every tenth
+// case the accelerations match central differences of the rate along a motion of constant
+// angular acceleration, and agree between frames (both vectors turned by R).
+TEST(Orientation, QuaternionRatesAndAccelerationsInvertAgreeBetweenFramesAndMatchDifferences) {
   TestRandom rng(16);
+  const double h = 1e-3;
   std::vector<double> localRate, referenceRate;
   for (int i = 0; i < TestRandom::cases(); ++i) {
     const Orientation q = randomRotation(rng).q;
@@ -221,6 +219,26 @@ TEST(Orientation, QuaternionRatesInvertAndAgreeBetweenFrames) {
     EXPECT_TRUE(q.localFrameAngularVelocityFromQuaternionRate(localRate, local));
     EXPECT_TRUE(q.referenceFrameAngularVelocityFromQuaternionRate(referenceRate, reference));
     EXPECT_TRUE(local.approxEq(body, 1e-11) && reference.approxEq(q * body, 1e-11));
+    if (i % 10 != 0) continue;
+
+    const Vector omega0 = randomVector(rng, 2.0), alpha = randomVector(rng, 2.0);
+    auto rateAt = [&](double t) {  // integrated from 0 to t at midpoint angular velocities
+      Orientation moved = q;
+      for (int k = 0; k < 200; ++k)
+        moved.integrateLocalFrameAngularVelocity(omega0 + alpha * ((k + 0.5) * t / 200), t / 200);
+      std::vector<double> rate;
+      moved.quaternionRateFromLocalFrameAngularVelocity(omega0 + alpha * t, rate);
+      return rate;
+    };
+    const std::vector<double> ahead = rateAt(h), behind = rateAt(-h);
+    std::vector<double> localAcceleration(2, 0.0), referenceAcceleration;
+    q.quaternionAccelerationFromLocalFrameAngularMotion(omega0, alpha, localAcceleration);
+    q.quaternionAccelerationFromReferenceFrameAngularMotion(q * omega0, q * alpha, referenceAcceleration);
+    ASSERT_EQ(localAcceleration.size(), 4u);
+    for (std::size_t k = 0; k < 4; ++k) {
+      EXPECT_NEAR(localAcceleration[k], (ahead[k] - behind[k]) / (2 * h), 1e-5);
+      EXPECT_NEAR(referenceAcceleration[k], localAcceleration[k], 1e-12);
+    }
   }
   std::vector<double> longer(6, 7.0);
   Orientation().quaternionRateFromLocalFrameAngularVelocity(xAxis * 2.0, longer);
@@ -231,31 +249,4 @@ TEST(Orientation, QuaternionRatesInvertAndAgreeBetweenFrames) {
   EXPECT_EQ(capture.text(),
             "Orientation::localFrameAngularVelocityFromQuaternionRate(): the rate has 3 components, 4 are "
             "needed\n");
-}
-
-TEST(Orientation, QuaternionAccelerationsMatchFiniteDifferencesOfTheRate) {
-  TestRandom rng(17);
-  const double h = 1e-3;
-  for (int i = 0; i < std::max(1, TestRandom::cases() / 10); ++i) {
-    const Orientation start = randomRotation(rng).q;
-    const Vector omega0 = randomVector(rng, 2.0), alpha = randomVector(rng, 2.0);
-    auto rateAt = [&](double t) {  // integrated from 0 to t at midpoint angular velocities
-      Orientation q = start;
-      for (int k = 0; k < 200; ++k)
-        q.integrateLocalFrameAngularVelocity(omega0 + alpha * ((k + 0.5) * t / 200), t / 200);
-      std::vector<double> rate;
-      q.quaternionRateFromLocalFrameAngularVelocity(omega0 + alpha * t, rate);
-      return rate;
-    };
-    const std::vector<double> ahead = rateAt(h), behind = rateAt(-h);
-    std::vector<double> local(2, 0.0), reference;
-    start.quaternionAccelerationFromLocalFrameAngularMotion(omega0, alpha, local);
-    // The same motion seen from the reference frame: ω and its derivative both turn by R.
-    start.quaternionAccelerationFromReferenceFrameAngularMotion(start * omega0, start * alpha, reference);
-    ASSERT_EQ(local.size(), 4u);
-    for (std::size_t k = 0; k < 4; ++k) {
-      EXPECT_NEAR(local[k], (ahead[k] - behind[k]) / (2 * h), 1e-5);
-      EXPECT_NEAR(reference[k], local[k], 1e-12);
-    }
-  }
 }

@@ -6,20 +6,9 @@
 #include "math/MatrixOracle.h"
 #include "math/ReArray.h"
 #include "support/AllocationCounter.h"
-#include "support/PrintCapture.h"
 
 using Kt::ReArray;
 using namespace matrix_oracle;
-
-namespace {
-
-// Stands in for a derived class that reports under its own name.
-class RenamedArray : public ReArray {
-  using ReArray::ReArray;
-  const char* className() const override { return "KtReArray"; }
-};
-
-}  // namespace
 
 TEST(ReArrayLU, FactorsReproduceTheColumnExchangedMatrixWithBoundedMultipliers) {
   TestRandom rng(301);
@@ -83,27 +72,6 @@ TEST(ReArrayLU, SingularAndTiedPivotsFollowTheFixedRules) {
   ASSERT_TRUE(tied.LUDecomposition(0, pivots));
   EXPECT_EQ(pivots[0], 1u);
   EXPECT_LT(std::fabs(toReArray({{1.0, 2.0}, {2.0, 4.0}}).determinant()), 1e-290);
-}
-
-TEST(ReArrayLU, ReportsBadInputUnderTheClassName) {
-  PrintCapture capture;
-  ReArray wide(2, 3), result;
-  ReArray::Pivots pivots;
-  std::vector<double> x;
-  double scalar = 0.0;
-  EXPECT_EQ(wide.determinant(), 0.0);
-  EXPECT_EQ(RenamedArray(2, 3).determinant(), 0.0);
-  EXPECT_FALSE(wide.inv3(result));
-  EXPECT_TRUE(wide.LUDecomposition(3, pivots));
-  EXPECT_FALSE(ReArray(2, 2).forwardAndBackSub({0, 1}, {1.0, 2.0, 3.0}, x, scalar));
-  EXPECT_FALSE(ReArray(2, 3).solve({1.0, 2.0}, x));
-  EXPECT_EQ(capture.text(),
-            "ReArray::determinant: Not a square matrix."
-            "KtReArray::determinant: Not a square matrix."
-            "ReArray::inv3(): not a 3x3 matrix\n"
-            "ReArray::LUDecomposition(): the matrix does not have enough rows\n"
-            "ReArray::forwardAndBackSub(): bad dimensions on input\n"
-            "ReArray::forwardAndBackSub(): bad dimensions on input\n");
 }
 
 TEST(ReArrayLU, ControlCycleOperationsDoNotAllocateOnceSized) {

@@ -37,7 +37,7 @@ bool holds(const coordinateSystemTransformation& actual, const Matrix3& matrix, 
 
 }  // namespace
 
-TEST(coordinateSystemTransformation, ComposesTransformsAndInvertsLikeMatricesInEveryMode) {
+TEST(coordinateSystemTransformation, ComposesInvertsAndFillsArraysLikeMatricesInEveryMode) {
   TestRandom rng(30);
   for (int i = 0; i < TestRandom::cases(); ++i) {
     const KtU32 modeA = i % 4, modeB = (i / 4) % 4;
@@ -57,7 +57,29 @@ TEST(coordinateSystemTransformation, ComposesTransformsAndInvertsLikeMatricesInE
     EXPECT_TRUE(inverted.invert().approxEq(inverse, 1e-12));
     EXPECT_TRUE(inverse.mode() == modeA && inverted.mode() == modeA);
     EXPECT_TRUE(inverted.invert().approxEq(a.transformation, 1e-12));
+
+    // The array forms hold the homogeneous matrix.
+    double m[16];
+    a.transformation.assign16(m);
+    for (std::size_t r = 0; r < 3; ++r) {
+      EXPECT_TRUE(Vector(m[r], m[r + 4], m[r + 8]).approxEq(row(a.matrix, r), 1e-12));
+      EXPECT_TRUE(m[12 + r] == a.translation[r] && m[4 * r + 3] == 0.0);
+    }
+    EXPECT_EQ(m[15], 1.0);
+    Kt::ReArray big(6, 6);
+    for (std::size_t r = 0; r < 36; ++r) big[r / 6][r % 6] = 9.0;
+    a.transformation.assign4x4(big);  // writes the upper-left 4×4 only
+    ASSERT_TRUE(big.rows() == 6 && big.columns() == 6);
+    for (std::size_t r = 0; r < 36; ++r)
+      EXPECT_EQ(big[r / 6][r % 6], r / 6 < 4 && r % 6 < 4 ? m[r / 6 + 4 * (r % 6)] : 9.0);
+    coordinateSystemTransformation back;
+    back.setBy16(m);
+    EXPECT_TRUE(back.mode() == 0u && back.approxEq(a.transformation, 1e-12));
   }
+  Kt::ReArray wide(2, 6);
+  coordinateSystemTransformation(Vector(1.0, 2.0, 3.0)).assign4x4(wide);
+  EXPECT_TRUE(wide.rows() == 4 && wide.columns() == 4 && wide[2][3] == 3.0);
+  EXPECT_EQ(coordinateSystemTransformation().make4x4()[3][3], 1.0);
 }
 
 TEST(coordinateSystemTransformation, MutatorsOnlyMoveTheModeTowardGeneralAndComparisonIgnoresIt) {
@@ -84,33 +106,6 @@ TEST(coordinateSystemTransformation, MutatorsOnlyMoveTheModeTowardGeneralAndComp
   EXPECT_TRUE(generalIdentity == coordinateSystemTransformation::nullObject());
   EXPECT_TRUE(generalIdentity.approxEq(coordinateSystemTransformation(), 0.0));
   EXPECT_FALSE(generalIdentity == coordinateSystemTransformation(Vector(0.0, 0.0, 1e-300)));
-}
-
-TEST(coordinateSystemTransformation, ArrayFormsHoldTheHomogeneousMatrix) {
-  TestRandom rng(31);
-  for (int i = 0; i < TestRandom::cases(); ++i) {
-    const Pose pose = randomPose(rng, i % 4);
-    double m[16];
-    pose.transformation.assign16(m);
-    for (std::size_t r = 0; r < 3; ++r) {
-      EXPECT_TRUE(Vector(m[r], m[r + 4], m[r + 8]).approxEq(row(pose.matrix, r), 1e-12));
-      EXPECT_TRUE(m[12 + r] == pose.translation[r] && m[4 * r + 3] == 0.0);
-    }
-    EXPECT_EQ(m[15], 1.0);
-    Kt::ReArray big(6, 6);
-    for (std::size_t r = 0; r < 36; ++r) big[r / 6][r % 6] = 9.0;
-    pose.transformation.assign4x4(big);  // writes the upper-left 4×4 only
-    ASSERT_TRUE(big.rows() == 6 && big.columns() == 6);
-    for (std::size_t r = 0; r < 36; ++r)
-      EXPECT_EQ(big[r / 6][r % 6], r / 6 < 4 && r % 6 < 4 ? m[r / 6 + 4 * (r % 6)] : 9.0);
-    coordinateSystemTransformation back;
-    back.setBy16(m);
-    EXPECT_TRUE(back.mode() == 0u && back.approxEq(pose.transformation, 1e-12));
-  }
-  Kt::ReArray wide(2, 6);
-  coordinateSystemTransformation(Vector(1.0, 2.0, 3.0)).assign4x4(wide);
-  EXPECT_TRUE(wide.rows() == 4 && wide.columns() == 4 && wide[2][3] == 3.0);
-  EXPECT_EQ(coordinateSystemTransformation().make4x4()[3][3], 1.0);
 }
 
 TEST(MathHotPath, VectorOrientationAndTransformationOperationsDoNotAllocate) {

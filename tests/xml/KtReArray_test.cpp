@@ -11,8 +11,8 @@
 namespace {
 
 // Random shapes round-trip with the other members of KtTestEverything; here the shapes that
-// the entries do not fit leave the matrix as it was.
-TEST(KtReArray, refusesEntriesThatDoNotFitTheShape) {
+// the entries do not fit leave the matrix as it was. Messages carry the persistent class's name.
+TEST(KtReArray, refusesEntriesThatDoNotFitTheShapeAndReportsUnderItsOwnName) {
   for (const char* matrix :
        {"<matrix rows=\"2\" columns=\"2\">1 2 3</matrix>",
         "<matrix rows=\"4611686018427387904\" columns=\"4\">1 2 3 4</matrix>",
@@ -22,9 +22,6 @@ TEST(KtReArray, refusesEntriesThatDoNotFitTheShape) {
     ASSERT_TRUE(ktTestRead(read, std::string("<e>") + matrix + "</e>"));
     EXPECT_EQ(read.m_matrix.rows(), 1u) << matrix;
   }
-}
-
-TEST(KtReArray, messagesCarryItsOwnName) {
   PrintCapture capture;
   Kt::ReArray::Pivots pivots;
   KtReArray tall(3, 2);

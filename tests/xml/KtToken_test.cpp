@@ -9,13 +9,6 @@
 
 namespace {
 
-// The text splits at its first '#', so that local names may hold more; without one there is
-// no namespace.
-TEST(KtToken, splitsAtTheFirstHash) {
-  EXPECT_TRUE(KtToken("a#b#c").nameSpace() == "a" && KtToken("a#b#c").name() == "b#c");
-  EXPECT_TRUE(KtToken("theta").nameSpace().empty() && KtToken("theta").name() == "theta");
-}
-
 TEST(KtToken, stringFormRoundTripsForRandomParts) {
   TestRandom rng(1);
   const std::string alphabet = "abc:/.xyz#";  // '#' last, so that namespaces can leave it out
@@ -29,9 +22,12 @@ TEST(KtToken, stringFormRoundTripsForRandomParts) {
   }
 }
 
-// Equality looks at both parts, ordering at the local name only: tokens that differ in
-// their namespace alone are unequal yet equivalent as table keys.
-TEST(KtToken, equalityAndOrderingDifferOnPurpose) {
+// The text splits at its first '#', so that local names may hold more; without one there is
+// no namespace. Equality looks at both parts, ordering at the local name only: tokens that
+// differ in their namespace alone are unequal yet equivalent as table keys.
+TEST(KtToken, splitsAtTheFirstHashAndOrdersByLocalNameOnly) {
+  EXPECT_TRUE(KtToken("a#b#c").nameSpace() == "a" && KtToken("a#b#c").name() == "b#c");
+  EXPECT_TRUE(KtToken("theta").nameSpace().empty() && KtToken("theta").name() == "theta");
   const KtToken a("x#theta"), b("y#theta"), c("x#alpha");
   EXPECT_TRUE(a != b && !(a < b) && !(b < a)) << "unequal, yet equivalent";
   EXPECT_TRUE(c < a && KtToken("Zeta") < KtToken("alpha")) << "byte-wise, upper case first";

@@ -4,7 +4,9 @@
 
 #include <sstream>
 #include <string>
+#include <utility>
 
+#include "support/PrintCapture.h"
 #include "xml/KtXmlFile.h"
 
 // Writes an object as a document into a string (failing the test if it is not written), and
@@ -18,6 +20,14 @@ inline std::string ktTestWrite(const KtXmlObject& object, const std::string& nam
 inline bool ktTestRead(KtXmlObject& object, const std::string& text, const std::string& name = "test.xml") {
   std::istringstream in(text);
   return ktReadObjectFromStream(object, in, name);
+}
+
+// Reads a document from a string and gives whether it was read and all it printed on the way.
+inline std::pair<bool, std::string> ktTestReadPrinting(KtXmlObject& object, const std::string& text,
+                                                       const std::string& name = "test.xml") {
+  PrintCapture capture;
+  const bool read = ktTestRead(object, text, name);
+  return {read, capture.text()};
 }
 
 // Writes the object, reads the text into `fresh` and writes that again: the two texts must agree
