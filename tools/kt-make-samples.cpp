@@ -2,7 +2,7 @@
 // one in the classic Denavit-Hartenberg convention, with their makers' published link
 // parameters and joint limits, the first also with published link masses), an arm with a
 // tracked free object, a compressed copy of the first, and end-effector sets for the first
-// arm, one per kind of end effector.
+// arm, one per kind of end effector, and a velocity-control system for the first arm.
 // Usage: kt-make-samples <output directory>
 #include <cstdio>
 #include <memory>
@@ -24,6 +24,12 @@
 #include "motion/endeffector/KtSlidingEndEffector.h"
 #include "motion/endeffector/KtSpatialMomentumEndEffector.h"
 #include "motion/endeffector/KtXyEndEffector.h"
+#include "motion/expression/KtControlExpressionIdentityMatrix.h"
+#include "motion/expression/KtControlExpressionJointLimitAvoidance.h"
+#include "motion/expression/KtControlExpressionScalarConstant.h"
+#include "motion/expression/filter/KtControlExpressionJointRateFilter.h"
+#include "motion/velocity/KtControlExpressionCore.h"
+#include "motion/velocity/KtVelocityControlSystem.h"
 #include "xml/KtXmlFile.h"
 
 namespace {
@@ -212,6 +218,42 @@ std::vector<SampleSet> sampleSets() {
           {"craig_arm_linear_constraint_set.xml", opposedJointsSet()}};
 }
 
+// Velocity control of craigArm(): the flange frame is met exactly; the elbow's point (link 4's
+// origin) is asked, softly, to stay where it is, which keeps the elbow from swinging about while
+// the null space is free; joints are pushed out of the last 0.3 rad before their limits; and all
+// rates are slowed together so that none exceeds 2 rad/s.
+KtVelocityControlSystem velocityControl() {
+  KtEndEffectorSet set = flangeSet<KtFrameEndEffector>();
+  KtPointEndEffector elbow;
+  elbow.setLinkIdentifier("craigArmLink4");
+  elbow.setIsHardConstraint(false);
+  set.addEndEffector(elbow);
+
+  auto limits = std::make_unique<KtControlExpressionJointLimitAvoidance>();
+  limits->setAvoidanceZone(0.3);
+  auto handler = std::make_unique<KtWlsSoftConstraintHandler>();
+  handler->setWeight(10.0);
+  auto core = std::make_unique<KtControlExpressionCore>();
+  core->matrix().setExpression(std::make_unique<KtControlExpressionIdentityMatrix>());
+  core->vector().setExpression(std::move(limits));
+  core->scalar().setExpression(std::make_unique<KtControlExpressionScalarConstant>(0.02));
+  core->softConstraintHandler().push_back(std::move(handler));
+  auto filter = std::make_unique<KtControlExpressionJointRateFilter>();
+  filter->setThreshold(2.0);
+  filter->unfilteredRates().setExpression(std::move(core));
+
+  KtIndividualVelocityControlDescription description;
+  description.setLabel("flange");
+  description.endEffectorSet() = set;
+  description.controlExpressionContainer().setExpression(std::move(filter));
+  KtVelocityControlSystem control;
+  control.setManipulatorCount(1);
+  KtVelocityControlDescriptions descriptions;
+  descriptions.push_back(description);
+  control.setControlDescriptions(0, descriptions);
+  return control;
+}
+
 bool write(const KtXmlObject& object, const std::string& path) {
   if (ktWriteObjectToFile(object, path)) return std::printf("wrote %s\n", path.c_str()), true;
   std::fprintf(stderr, "could not write %s\n", path.c_str());
@@ -248,7 +290,7 @@ int main(int argc, char** argv) {
   const bool written =
       write(craigSystem, directory + "craig_arm.xml") && write(craigSystem, directory + "craig_arm.xml.gz") &&
       write(paulSystem, directory + "paul_arm.xml") && write(pairSystem, directory + "arm_and_customer.xml");
-  bool setsWritten = true;
+  bool setsWritten = write(velocityControl(), directory + "craig_arm_velocity_control.xml");
   for (const SampleSet& sample : sampleSets())
     setsWritten = write(sample.set, directory + sample.file) && setsWritten;
   return written && setsWritten ? 0 : 1;

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <functional>
 #include <string>
 #include <vector>
@@ -143,4 +144,34 @@ TEST(KtVelocityControlSystemTest, CalculatesEveryManipulatorAndChecksCounts) {
   EXPECT_EQ(
       capture.text(),
       head + "integrityCheck(): the number of states, 0, does not match the number of manipulators, 1.\n");
+}
+
+// The sample control document loads without a message, saves to the same bytes and validates;
+// its rates meet the flange's commanded velocity exactly, leave the elbow nearly still and
+// respect the rate bound of its filter.
+TEST(KtVelocityControlSystemTest, SampleDocumentRoundTripsAndMeetsTheFlangeVelocity) {
+  TestRandom rng(312);
+  FlangeControl arm(rng);
+  const std::string name = "craig_arm_velocity_control.xml";
+  const std::string original = readBytes(std::string(KT_TEST_DATA_DIR) + "/" + name);
+  KtVelocityControlSystem sample;
+  PrintCapture capture;
+  ASSERT_TRUE(ktTestRead(sample, original, name));
+  EXPECT_EQ(ktTestWrite(sample, name), original);
+  EXPECT_TRUE(endeffector_test::validatesAgainstOwnSchema(sample, "velocity_control"));
+
+  KtManipulatorEndEffectorVelocity velocities;
+  velocities.resize(2);
+  velocities.velocity(0) = {0.05, -0.02, 0.03, 0.1, 0.0, -0.1};
+  velocities.velocity(1) = {0.0, 0.0, 0.0};
+  std::vector<KtVelocityState> states(1);
+  ASSERT_TRUE(sample.calculate(arm.stated, {velocities}, states));
+  EXPECT_EQ(capture.text(), "");
+  const std::vector<double>& rates = states[0].jointVelocities();
+  const Kt::ReArray& rows = sample.endEffectorSet(0)->jacobian(arm.stated.system().manipulator(0), true,
+                                                               *arm.stated.activeState(0));
+  std::vector<double> flange = times(rows, rates);
+  flange.resize(6);
+  expectNear(flange, velocities.velocity(0), 1e-10);
+  for (double rate : rates) EXPECT_LE(std::abs(rate), 2.0);
 }
