@@ -1,6 +1,7 @@
 // Host-side demonstration: composes a few poses with the exported math and solves a small
 // linear system, then loads the 7-joint sample arm and prints its link frames for a fixed
-// joint vector, its modified D-H rows and the Jacobian of a frame end effector on its flange.
+// joint vector, its modified D-H rows, the Jacobian of a frame end effector on its flange, and
+// the joint rates its sample velocity-control system computes for a commanded flange velocity.
 // Usage: kt-demo [data directory]   (default: the source tree's data directory)
 #include <cmath>
 #include <cstdio>
@@ -14,6 +15,7 @@
 #include "math/ReArray.h"
 #include "math/coordinateSystemTransformation.h"
 #include "motion/endeffector/KtEndEffectorSet.h"
+#include "motion/velocity/KtVelocityControlSystem.h"
 #include "xml/KtXmlFile.h"
 
 namespace {
@@ -74,6 +76,37 @@ int showFlangeJacobian(KtStatedSystem& stated, const std::vector<double>& joints
   return 0;
 }
 
+// Loads the sample velocity-control system and prints the joint rates it computes for a flange
+// moving at 5 cm/s along the system's x axis and turning at 0.1 rad/s about its z axis, the elbow
+// held still, and what those rates give the flange back.
+int showJointRates(const KtStatedSystem& stated) {
+  KtVelocityControlSystem control;
+  if (!ktReadObjectFromFile(control, "craig_arm_velocity_control.xml") || control.manipulatorCount() != 1) {
+    std::printf("could not load craig_arm_velocity_control.xml\n");
+    return 1;
+  }
+  KtManipulatorEndEffectorVelocity commanded;
+  commanded.resize(2);
+  commanded.velocity(0) = {0.05, 0.0, 0.0, 0.0, 0.0, 0.1};
+  commanded.velocity(1) = {0.0, 0.0, 0.0};
+  std::vector<KtVelocityState> rates(1);
+  if (!control.calculate(stated, {commanded}, rates)) return 1;
+  std::printf("\njoint rates (rad/s) of %s for the flange velocity (0.05, 0, 0) m/s, (0, 0, 0.1) rad/s:\n ",
+              control.individualVelocityControlDescription(0)->label().c_str());
+  for (double rate : rates[0].jointVelocities()) std::printf(" %9.5f", rate);
+  const Kt::ReArray& jacobian =
+      control.endEffectorSet(0)->jacobian(stated.system().manipulator(0), true, *stated.activeState(0));
+  std::printf("\nflange velocity they give:\n ");
+  for (std::size_t row = 0; row < 6; ++row) {
+    double sum = 0.0;
+    for (std::size_t column = 0; column < jacobian.columns(); ++column)
+      sum += jacobian[row][column] * rates[0].jointVelocities()[column];
+    std::printf(" %9.5f", std::abs(sum) < 5e-12 ? 0.0 : sum);
+  }
+  std::printf("\n");
+  return 0;
+}
+
 // Loads the sample arm through the data-file finder and prints its frames and D-H rows.
 int showSampleArm(const std::string& dataDirectory) {
   KtFileUtil::setDataDirectories({dataDirectory});
@@ -97,7 +130,8 @@ int showSampleArm(const std::string& dataDirectory) {
     const KtDenavitHartenberg* dh = arm.link(i).denavitHartenberg();
     if (dh != nullptr) std::printf("  %zu  %9.5f  %9.5f  %9.5f\n", i + 1, dh->a(), dh->alpha(), dh->d());
   }
-  return showFlangeJacobian(stated, joints);
+  const int shown = showFlangeJacobian(stated, joints);
+  return shown != 0 ? shown : showJointRates(stated);
 }
 
 }  // namespace
