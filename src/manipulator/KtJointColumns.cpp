@@ -36,10 +36,43 @@ bool KtJointColumns::blockFits(const Kt::ReArray& jacobian, std::size_t firstRow
   return false;
 }
 
-// The columns of the whole chain come from the frames that one query brings up to date,
-// read from the records directly, with the unit motions of the half-angle rows taken from the
-// state's joint plans; the rows are looked up once rather than per entry. The arithmetic is
-// that of at(), so the two agree exactly.
+namespace {
+
+// R·v for the rotation R whose columns the record holds.
+Kt::Vector rotate(const KtLinkFrames& record, const Kt::Vector& v) {
+  Kt::Vector result;
+  for (std::size_t r = 0; r < 3; ++r) {
+    result[r] = record.columns[KtLinkFrames::xAxis][r] * v.x() +
+                record.columns[KtLinkFrames::yAxis][r] * v.y() +
+                record.columns[KtLinkFrames::zAxis][r] * v.z();
+  }
+  return result;
+}
+
+}  // namespace
+
+KtJointColumn KtJointColumns::fromRecord(const KtManipulatorLink& link, const KtLinkFrames& record,
+                                         const KtJointPlan& plan, const Kt::Vector& point) {
+  const Kt::Vector offset = point - record.column(KtLinkFrames::origin);
+  if (plan.turnsAboutOwnZ) {
+    const Kt::Vector axis = record.column(KtLinkFrames::zAxis);
+    return {axis.cross(offset), axis};
+  }
+  KtJointColumn column;
+  if (plan.halfAngleRow != nullptr) {
+    column = {rotate(record, plan.unitLinear), rotate(record, plan.unitAngular)};
+  } else {
+    KtGeneralMotion unit;
+    link.kinematics().getUnitFrameMotion(unit);
+    column = {rotate(record, unit.linear()), rotate(record, unit.angular())};
+  }
+  column.linear += column.angular.cross(offset);
+  return column;
+}
+
+// The columns of the whole chain come from the frames that one query brings up to date, read
+// from the records, whose matrices hold the joint axes; the rows are looked up once rather than
+// per entry.
 bool KtJointColumns::write(const KtIndividualManipulator& manipulator, KtManipulatorActiveState& state,
                            std::size_t linkIndex, const Kt::Vector& point, KtJacobianRows rows,
                            Kt::ReArray& jacobian, std::size_t firstRow) {
@@ -48,29 +81,18 @@ bool KtJointColumns::write(const KtIndividualManipulator& manipulator, KtManipul
     return false;
   const KtManipulatorLink& last = manipulator.link(linkIndex);
   last.dhFrameInSystem(state);
-  KtManipulatorActivePositionState& positions = state.activePositionState();
-  std::vector<KtReal>* target[6];
-  for (std::size_t k = 0; k < rowCount(rows); ++k) target[k] = &jacobian[firstRow + k];
+  const KtManipulatorActivePositionState& positions = state.activePositionState();
+  KtReal* target[6];
+  for (std::size_t k = 0; k < rowCount(rows); ++k) target[k] = jacobian[firstRow + k].data();
   const std::size_t firstAngular = rows == KtJacobianRows::angular ? 0 : 3;
   for (const KtManipulatorLink* link = &last; link->linkIndex() >= 0; link = link->parentLink()) {
     const auto index = static_cast<std::size_t>(link->linkIndex());
-    const Kt::coordinateSystemTransformation& frame = positions.linkFrames(index).dhFrame();
-    const KtJointPlan& plan = positions.jointPlan(index);
-    KtJointColumn column;
-    if (plan.halfAngleRow != nullptr) {
-      // A modified-convention row turns its frame about the frame's own origin: there is no
-      // linear part to rotate (rotating zero gives zero exactly).
-      const Kt::Orientation& toSystem = frame.orientation();
-      const bool swings = !(plan.unitLinear == Kt::Vector());
-      column = {swings ? toSystem * plan.unitLinear : Kt::Vector(), toSystem * plan.unitAngular};
-    } else {
-      column = atJointFrame(*link, frame);
-    }
-    column.linear += column.angular.cross(point - frame.translation());
+    const KtJointColumn column =
+        fromRecord(*link, positions.linkFrames(index), positions.jointPlan(index), point);
     if (rows != KtJacobianRows::angular)
-      for (std::size_t k = 0; k < 3; ++k) (*target[k])[index] = column.linear[k];
+      for (std::size_t k = 0; k < 3; ++k) target[k][index] = column.linear[k];
     if (rows != KtJacobianRows::linear)
-      for (std::size_t k = 0; k < 3; ++k) (*target[firstAngular + k])[index] = column.angular[k];
+      for (std::size_t k = 0; k < 3; ++k) target[firstAngular + k][index] = column.angular[k];
   }
   return true;
 }

@@ -51,10 +51,15 @@ class KtJointColumns {
     return {toSystem * unit.linear(), toSystem * unit.angular()};
   }
 
-  // The column of a link's own joint at `point`.
+  // The column of a link's own joint at `point`. A link that the state has no record for has
+  // been reported by dhFrameInSystem and gets the column of the identity frame.
   static KtJointColumn at(const KtManipulatorLink& link, KtManipulatorActiveState& state,
                           const Kt::Vector& point) {
     const Kt::coordinateSystemTransformation& frame = link.dhFrameInSystem(state);
+    const auto index = static_cast<std::size_t>(link.linkIndex());
+    const KtManipulatorActivePositionState& positions = state.activePositionState();
+    if (link.linkIndex() >= 0 && index < positions.linkCount())
+      return fromRecord(link, positions.linkFrames(index), positions.jointPlan(index), point);
     KtJointColumn column = atJointFrame(link, frame);
     column.linear += column.angular.cross(point - frame.translation());
     return column;
@@ -98,6 +103,10 @@ class KtJointColumns {
                             std::size_t firstRow);
 
  private:
+  // The column of a joint at `point` from its link's frame record (the joint axes as a matrix)
+  // and its plan; the unit motions of half-angle rows come from the plan, others' from the joint.
+  static KtJointColumn fromRecord(const KtManipulatorLink& link, const KtLinkFrames& record,
+                                  const KtJointPlan& plan, const Kt::Vector& point);
   static bool linkIndexValid(const KtIndividualManipulator& manipulator, std::size_t linkIndex,
                              const char* operation);
   // Whether rows firstRow.. (as many as `rows` selects) and columns 0..columnCount-1 exist.

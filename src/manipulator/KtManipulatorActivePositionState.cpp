@@ -77,6 +77,7 @@ void KtManipulatorActivePositionState::rebind(const KtIndividualManipulator& man
     row->getUnitFrameMotion(unit);
     plan.unitLinear = unit.linear();
     plan.unitAngular = unit.angular();
+    plan.turnsAboutOwnZ = plan.unitLinear == Kt::Vector() && plan.unitAngular == Kt::Vector(0.0, 0.0, 1.0);
   }
   m_frameSweep.angles.resize(KtFrameSweep::groups(count));
   bool classic = false, modified = false;

@@ -35,6 +35,9 @@ struct KtJointPlan {
   // joints are asked each time, which may report a bad type).
   Kt::Vector unitLinear;
   Kt::Vector unitAngular;
+  // Whether that motion is a pure turn about the frame's own z axis (the modified convention),
+  // whose Jacobian column is the z axis and its cross product with the point's offset.
+  bool turnsAboutOwnZ = false;
 };
 
 // The angles of four consecutive links of a frame sweep: their joint values, the halves of
