@@ -9,33 +9,82 @@
 
 namespace {
 
-// Four doubles in one register where the processor has them (two halves otherwise). The
-// helpers take and give them by reference and are always inlined, so no such value ever
-// crosses a call.
-using Lanes = KtReal __attribute__((vector_size(32)));
-using LaneIndices = std::int64_t __attribute__((vector_size(32)));
+// Four doubles at a time, in one of two forms. WideLanes is one register where the processor
+// has four-lane registers; the helpers take and give it by reference and are always inlined,
+// so no such value crosses a call. PlainLanes holds the four as members, for baseline
+// processors, on which a four-lane register value would be split through memory: every
+// operation is written out lane by lane, so the compiler keeps them in registers and pairs them
+// where it can.
+using WideLanes = KtReal __attribute__((vector_size(32)));
+struct PlainLanes {
+  KtReal v[4];
+  KtReal operator[](std::size_t i) const { return v[i]; }
+};
 
-[[gnu::always_inline]] inline void load(const KtReal* from, Lanes& to) { std::memcpy(&to, from, sizeof to); }
+inline PlainLanes operator+(const PlainLanes& a, const PlainLanes& b) {
+  return {{a.v[0] + b.v[0], a.v[1] + b.v[1], a.v[2] + b.v[2], a.v[3] + b.v[3]}};
+}
+inline PlainLanes operator-(const PlainLanes& a, const PlainLanes& b) {
+  return {{a.v[0] - b.v[0], a.v[1] - b.v[1], a.v[2] - b.v[2], a.v[3] - b.v[3]}};
+}
+inline PlainLanes operator*(const PlainLanes& a, const PlainLanes& b) {
+  return {{a.v[0] * b.v[0], a.v[1] * b.v[1], a.v[2] * b.v[2], a.v[3] * b.v[3]}};
+}
+inline PlainLanes operator*(const PlainLanes& a, KtReal s) {
+  return {{a.v[0] * s, a.v[1] * s, a.v[2] * s, a.v[3] * s}};
+}
+inline PlainLanes operator*(KtReal s, const PlainLanes& a) { return a * s; }
+inline PlainLanes& operator+=(PlainLanes& a, const PlainLanes& b) { return a = a + b; }
+
+[[gnu::always_inline]] inline void set(WideLanes& to, KtReal a, KtReal b, KtReal c, KtReal d) {
+  to = WideLanes{a, b, c, d};
+}
+[[gnu::always_inline]] inline void set(PlainLanes& to, KtReal a, KtReal b, KtReal c, KtReal d) {
+  to = {{a, b, c, d}};
+}
+
+// to := the lanes i0..i3 of (a, b), counting a's lanes 0..3 and b's 4..7.
+template <int i0, int i1, int i2, int i3>
+[[gnu::always_inline]] inline void pick(const WideLanes& a, const WideLanes& b, WideLanes& to) {
+  using LaneIndices = std::int64_t __attribute__((vector_size(32)));
+  constexpr LaneIndices indices = {i0, i1, i2, i3};
+  to = __builtin_shuffle(a, b, indices);
+}
+template <int i0, int i1, int i2, int i3>
+[[gnu::always_inline]] inline void pick(const PlainLanes& a, const PlainLanes& b, PlainLanes& to) {
+  const auto lane = [&a, &b](int i) { return i < 4 ? a.v[i] : b.v[i - 4]; };
+  to = {{lane(i0), lane(i1), lane(i2), lane(i3)}};
+}
+
+template <typename Lanes>
+[[gnu::always_inline]] inline void load(const KtReal* from, Lanes& to) {
+  static_assert(sizeof(Lanes) == 4 * sizeof(KtReal) && std::is_trivially_copyable_v<Lanes>);
+  std::memcpy(&to, from, sizeof to);
+}
+template <typename Lanes>
 [[gnu::always_inline]] inline void save(const Lanes& from, KtReal* to) {
   std::memcpy(to, &from, sizeof from);
 }
 
 // The matrix of a frame by columns (x, y, z axes and origin), and its quaternion (w, x, y, z).
+template <typename Lanes>
 struct FrameLanes {
   Lanes x, y, z, origin, turn;
 };
 
-[[gnu::always_inline]] inline void loadFrame(const KtLinkFrames& record, FrameLanes& frame) {
+template <typename Lanes>
+[[gnu::always_inline]] inline void loadFrame(const KtLinkFrames& record, FrameLanes<Lanes>& frame) {
   load(record.columns[KtLinkFrames::xAxis], frame.x);
   load(record.columns[KtLinkFrames::yAxis], frame.y);
   load(record.columns[KtLinkFrames::zAxis], frame.z);
   load(record.columns[KtLinkFrames::origin], frame.origin);
   const Kt::Orientation& q = record.dh.orientation();
-  frame.turn = Lanes{q.w(), q.x(), q.y(), q.z()};
+  set(frame.turn, q.w(), q.x(), q.y(), q.z());
 }
 
 // Columns (u, v) := (c·u + s·v, c·v − s·u): the matrix times a turn by the angle with cosine c
 // and sine s about its third axis (x, y about z; y, z about x).
+template <typename Lanes>
 [[gnu::always_inline]] inline void turnColumns(Lanes& u, Lanes& v, KtReal c, KtReal s) {
   const Lanes u0 = u;
   u = u0 * c + v * s;
@@ -44,22 +93,26 @@ struct FrameLanes {
 
 // q := q·(c, s, 0, 0) and q := q·(c, 0, 0, s): the quaternion times a turn about x or z by the
 // angle whose half has the cosine c and sine s.
+template <typename Lanes>
 [[gnu::always_inline]] inline void turnQuaternionAboutX(Lanes& q, KtReal c, KtReal s) {
-  constexpr LaneIndices swapPairs = {1, 0, 3, 2};
-  constexpr Lanes signs = {-1.0, 1.0, 1.0, -1.0};
-  q = q * c + __builtin_shuffle(q, swapPairs) * (signs * s);
+  Lanes swapped, signs;
+  pick<1, 0, 3, 2>(q, q, swapped);
+  set(signs, -1.0, 1.0, 1.0, -1.0);
+  q = q * c + swapped * (signs * s);
 }
+template <typename Lanes>
 [[gnu::always_inline]] inline void turnQuaternionAboutZ(Lanes& q, KtReal c, KtReal s) {
-  constexpr LaneIndices reverse = {3, 2, 1, 0};
-  constexpr Lanes signs = {-1.0, 1.0, -1.0, 1.0};
-  q = q * c + __builtin_shuffle(q, reverse) * (signs * s);
+  Lanes reversed, signs;
+  pick<3, 2, 1, 0>(q, q, reversed);
+  set(signs, -1.0, 1.0, -1.0, 1.0);
+  q = q * c + reversed * (signs * s);
 }
 
 // The next frame of a half-angle row, from the joint value's sine and cosine (s, c) and those
 // of its half (sh, ch).
-template <KtFrameSweep::Rows rows>
+template <KtFrameSweep::Rows rows, typename Lanes>
 [[gnu::always_inline]] inline void turnByRow(const KtHalfAngleRow& row, KtReal s, KtReal c, KtReal sh,
-                                             KtReal ch, FrameLanes& frame) {
+                                             KtReal ch, FrameLanes<Lanes>& frame) {
   using Rows = KtFrameSweep::Rows;
   if (rows == Rows::classicOnly || (rows == Rows::mixed && row.classic)) {
     turnColumns(frame.x, frame.y, c, s);
@@ -80,7 +133,7 @@ template <KtFrameSweep::Rows rows>
 // padded to eight bytes: two registers of four lanes, (tx, ty, tz, w) and (x, y, z, mode 0).
 // Built in registers and copied into the record's bytes (the type is trivially copyable), a
 // frame never passes through a temporary.
-static_assert(sizeof(Kt::coordinateSystemTransformation) == 2 * sizeof(Lanes) &&
+static_assert(sizeof(Kt::coordinateSystemTransformation) == 8 * sizeof(KtReal) &&
               std::is_trivially_copyable_v<Kt::coordinateSystemTransformation> &&
               Kt::coordinateSystemTransformation::modeGeneral == 0);
 
@@ -92,21 +145,23 @@ static_assert(sizeof(Kt::coordinateSystemTransformation) == 2 * sizeof(Lanes) &&
 }
 
 // Writes the frame into the record.
-[[gnu::always_inline]] inline void storeFrame(const FrameLanes& frame, const KtJointPlan& plan,
+template <typename Lanes>
+[[gnu::always_inline]] inline void storeFrame(const FrameLanes<Lanes>& frame, const KtJointPlan& plan,
                                               KtLinkFrames& record) {
   save(frame.x, record.columns[KtLinkFrames::xAxis]);
   save(frame.y, record.columns[KtLinkFrames::yAxis]);
   save(frame.z, record.columns[KtLinkFrames::zAxis]);
   save(frame.origin, record.columns[KtLinkFrames::origin]);
-  constexpr LaneIndices originAndW = {0, 1, 2, 4}, xyzAndZero = {1, 2, 3, 4};
-  const Lanes translationAndW = __builtin_shuffle(frame.origin, frame.turn, originAndW);
-  const Lanes xyzAndMode = __builtin_shuffle(frame.turn, Lanes{}, xyzAndZero);
+  Lanes translationAndW, xyzAndMode;
+  pick<0, 1, 2, 4>(frame.origin, frame.turn, translationAndW);
+  pick<1, 2, 3, 4>(frame.turn, Lanes{}, xyzAndMode);
   auto* const bytes = reinterpret_cast<unsigned char*>(&record.dh);
   std::memcpy(bytes, &translationAndW, sizeof(Lanes));
   std::memcpy(bytes + sizeof(Lanes), &xyzAndMode, sizeof(Lanes));
-  constexpr LaneIndices swapPairs = {1, 0, 3, 2};
   const Lanes squares = frame.turn * frame.turn;
-  const Lanes pairSums = squares + __builtin_shuffle(squares, swapPairs);
+  Lanes swapped;
+  pick<1, 0, 3, 2>(squares, squares, swapped);
+  const Lanes pairSums = squares + swapped;
   if (!Kt::Orientation::withinBand(pairSums[0] + pairSums[2])) renormalize(record.dh);
   record.storePrimaryFrame(plan.primaryOffset);
 }
@@ -114,11 +169,11 @@ static_assert(sizeof(Kt::coordinateSystemTransformation) == 2 * sizeof(Lanes) &&
 // The sines and cosines of the joint values and of their halves, a group of four at a time
 // (the lanes past the run's count hold values left from earlier runs, or zero, and their results
 // are not used).
+template <typename Lanes>
 [[gnu::always_inline]] inline void trigonometricPass(KtAngleGroup& group) {
   constexpr std::size_t lanes = KtAngleGroup::kLanes;
   for (std::size_t j = 0; j < lanes; ++j) group.halves[j] = 0.5 * group.values[j];
   Kt::sinCosMany(group.halves, group.sinesOfHalves, group.cosinesOfHalves, lanes);
-  static_assert(lanes * sizeof(KtReal) == sizeof(Lanes));
   Lanes sh, ch;
   load(group.sinesOfHalves, sh);
   load(group.cosinesOfHalves, ch);
@@ -127,11 +182,11 @@ static_assert(sizeof(Kt::coordinateSystemTransformation) == 2 * sizeof(Lanes) &&
 }
 
 // The compositions, outward from the start record.
-template <KtFrameSweep::Rows rows>
+template <KtFrameSweep::Rows rows, typename Lanes>
 [[gnu::always_inline]] inline void composeLinks(const KtFrameChainRun& run) {
   constexpr std::size_t lanes = KtAngleGroup::kLanes;
   const KtAngleGroup* const angles = run.scratch->angles.data();
-  FrameLanes frame;
+  FrameLanes<Lanes> frame;
   loadFrame(*run.start, frame);
   const KtLinkFrames* parent = run.start;
   for (std::size_t k = 0; k < run.count; ++k) {
@@ -152,6 +207,7 @@ template <KtFrameSweep::Rows rows>
 }
 
 // The whole sweep, inlined into each of the two forms below.
+template <typename Lanes>
 [[gnu::always_inline]] inline void composeRun(const KtFrameChainRun& run) {
   constexpr std::size_t lanes = KtAngleGroup::kLanes;
   KtAngleGroup* const angles = run.scratch->angles.data();
@@ -163,17 +219,17 @@ template <KtFrameSweep::Rows rows>
     if (plan.halfAngleRow != nullptr) plan.halfAngleRow->noteJointValue(value);
   }
   const std::size_t groups = KtFrameSweep::groups(run.count);
-  for (std::size_t g = 0; g < groups; ++g) trigonometricPass(angles[g]);
+  for (std::size_t g = 0; g < groups; ++g) trigonometricPass<Lanes>(angles[g]);
 
   switch (run.scratch->rows) {
     case KtFrameSweep::Rows::classicOnly:
-      composeLinks<KtFrameSweep::Rows::classicOnly>(run);
+      composeLinks<KtFrameSweep::Rows::classicOnly, Lanes>(run);
       break;
     case KtFrameSweep::Rows::modifiedOnly:
-      composeLinks<KtFrameSweep::Rows::modifiedOnly>(run);
+      composeLinks<KtFrameSweep::Rows::modifiedOnly, Lanes>(run);
       break;
     case KtFrameSweep::Rows::mixed:
-      composeLinks<KtFrameSweep::Rows::mixed>(run);
+      composeLinks<KtFrameSweep::Rows::mixed, Lanes>(run);
       break;
   }
 }
@@ -187,10 +243,12 @@ bool wideAvailable() {
   return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma");
 }
 
-[[gnu::flatten]] void composeBaseline(const KtFrameChainRun& run) { composeRun(run); }
+[[gnu::flatten]] void composeBaseline(const KtFrameChainRun& run) { composeRun<PlainLanes>(run); }
 
 // This file is compiled with floating-point contraction, so that here the multiply-adds fuse.
-[[gnu::flatten, gnu::target("avx2,fma")]] void composeWide(const KtFrameChainRun& run) { composeRun(run); }
+[[gnu::flatten, gnu::target("avx2,fma")]] void composeWide(const KtFrameChainRun& run) {
+  composeRun<WideLanes>(run);
+}
 
 void compose(const KtFrameChainRun& run) {
   static void (*const selected)(const KtFrameChainRun&) = wideAvailable() ? composeWide : composeBaseline;
