@@ -87,8 +87,22 @@ bool KtJointColumns::write(const KtIndividualManipulator& manipulator, KtManipul
   const std::size_t firstAngular = rows == KtJacobianRows::angular ? 0 : 3;
   for (const KtManipulatorLink* link = &last; link->linkIndex() >= 0; link = link->parentLink()) {
     const auto index = static_cast<std::size_t>(link->linkIndex());
-    const KtJointColumn column =
-        fromRecord(*link, positions.linkFrames(index), positions.jointPlan(index), point);
+    const KtLinkFrames& record = positions.linkFrames(index);
+    const KtJointPlan& plan = positions.jointPlan(index);
+    if (plan.turnsAboutOwnZ && rows == KtJacobianRows::both) {
+      // The common case written straight into the six rows (fromRecord's arithmetic exactly).
+      const KtReal* const axis = record.columns[KtLinkFrames::zAxis];
+      const KtReal* const origin = record.columns[KtLinkFrames::origin];
+      const KtReal rx = point.x() - origin[0], ry = point.y() - origin[1], rz = point.z() - origin[2];
+      target[0][index] = axis[1] * rz - axis[2] * ry;
+      target[1][index] = axis[2] * rx - axis[0] * rz;
+      target[2][index] = axis[0] * ry - axis[1] * rx;
+      target[3][index] = axis[0];
+      target[4][index] = axis[1];
+      target[5][index] = axis[2];
+      continue;
+    }
+    const KtJointColumn column = fromRecord(*link, record, plan, point);
     if (rows != KtJacobianRows::angular)
       for (std::size_t k = 0; k < 3; ++k) target[k][index] = column.linear[k];
     if (rows != KtJacobianRows::linear)
