@@ -13,6 +13,7 @@
 #include "SampleArm.h"
 #include "manipulator/KtJointColumns.h"
 #include "manipulator/KtManipulatorActiveState.h"
+#include "math/SinCos.h"
 
 namespace {
 
@@ -94,8 +95,9 @@ void kdlFrames(benchmark::State& state, bool fresh, bool everyLink) {
 }
 
 // The yardstick: the same arm as a plain loop of 3x4 matrices written for the modified
-// convention (no caching, no model, the C library's sine and cosine), every link frame.
-void handWrittenFrames(benchmark::State& state) {
+// convention (no caching, no model), every link frame, with the sines and cosines from the C
+// library one at a time or from our own vectorised pass over all joints at once.
+void handWrittenFrames(benchmark::State& state, bool ownTrigonometry) {
   struct Frame {
     double r[3][3];
     double p[3];
@@ -107,12 +109,22 @@ void handWrittenFrames(benchmark::State& state) {
     cosAlpha[i] = std::cos(kRows[i].alpha);
   }
   Frame frames[kJoints];
+  double sines[kJoints], cosines[kJoints];
   std::size_t next = 0;
   for (auto _ : state) {
     next = (next + 1) % kPoolSize;
+    const std::vector<double>& q = pool[next];
+    if (ownTrigonometry) {
+      Kt::sinCosMany(q.data(), sines, cosines, kJoints);
+    } else {
+      for (std::size_t i = 0; i < kJoints; ++i) {
+        sines[i] = std::sin(q[i]);
+        cosines[i] = std::cos(q[i]);
+      }
+    }
     Frame parent{{{1, 0, 0}, {0, 1, 0}, {0, 0, 1}}, {0, 0, 0}};
     for (std::size_t i = 0; i < kJoints; ++i) {
-      const double s = std::sin(pool[next][i]), c = std::cos(pool[next][i]);
+      const double s = sines[i], c = cosines[i];
       const double sa = sinAlpha[i], ca = cosAlpha[i];
       const double joint[3][3] = {{c, -s, 0}, {s * ca, c * ca, -sa}, {s * sa, c * sa, ca}};
       const double offset[3] = {kRows[i].a, -kRows[i].d * sa, kRows[i].d * ca};
@@ -131,7 +143,8 @@ void handWrittenFrames(benchmark::State& state) {
   }
 }
 
-void BM_HandWrittenEveryLinkFresh(benchmark::State& state) { handWrittenFrames(state); }
+void BM_HandWrittenEveryLinkFresh(benchmark::State& state) { handWrittenFrames(state, false); }
+void BM_HandWrittenOwnSinCosEveryLinkFresh(benchmark::State& state) { handWrittenFrames(state, true); }
 void BM_KtEveryLinkFresh(benchmark::State& state) { ktFrames(state, true, true); }
 void BM_KdlEveryLinkFresh(benchmark::State& state) { kdlFrames(state, true, true); }
 void BM_KtLastLinkFresh(benchmark::State& state) { ktFrames(state, true, false); }
@@ -146,6 +159,7 @@ void BM_KdlLastLinkRepeated(benchmark::State& state) { kdlFrames(state, false, f
 }  // namespace
 
 BENCHMARK(BM_HandWrittenEveryLinkFresh);
+BENCHMARK(BM_HandWrittenOwnSinCosEveryLinkFresh);
 BENCHMARK(BM_KtEveryLinkFresh);
 BENCHMARK(BM_KdlEveryLinkFresh);
 BENCHMARK(BM_KtLastLinkFresh);

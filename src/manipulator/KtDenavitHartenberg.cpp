@@ -136,14 +136,9 @@ void KtDenavitHartenberg::calculateTransform(Kt::coordinateSystemTransformation&
 
 const Kt::coordinateSystemTransformation& KtDenavitHartenberg::dhTransform(KtReal q) const {
   if (isHalfAngleRow()) {
-    if (!m_frameValid || q != m_cachedJointValue) {
-      KtReal sineHalf = 0.0, cosineHalf = 1.0;
-      Kt::sinCos(0.5 * q, sineHalf, cosineHalf);
-      noteHalfAngles(q, sineHalf, cosineHalf);
-    }
+    noteJointValue(q);
     if (!m_frameBuilt) {
-      m_cachedFrame =
-          rotationalMotion(m_cachedSineHalf, m_cachedCosineHalf, m_rotationalRow == RotationalRow::paul);
+      m_cachedFrame = rotationalMotion(q, m_rotationalRow == RotationalRow::paul);
       m_frameBuilt = true;
     }
     return m_cachedFrame;

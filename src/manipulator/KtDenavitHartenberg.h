@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <string_view>
 
+#include "manipulator/KtHalfAngleRow.h"
 #include "manipulator/KtLinkKinematics.h"
 #include "xml/KtXmlBasicType.h"
 #include "xml/KtXmlEnumType.h"
@@ -65,38 +66,25 @@ class KtDenavitHartenberg : public KtXmlCloneable<KtDenavitHartenberg, KtLinkKin
   // Whether this is a rotational "paul" or "craig" row, whose joint transformation is built
   // from the sine and cosine of half the joint value alone.
   bool isHalfAngleRow() const { return m_rotationalRow != RotationalRow::none; }
-  // For such a row: takes q with sin(q/2) and cos(q/2), computed by the caller together with
-  // those of other joints, as the cached joint value (counted as a computation unless q is the
-  // cached value already); dhTransform builds the transformation from them only when asked.
-  void noteHalfAngles(KtReal q, KtReal sineHalf, KtReal cosineHalf) const {
+  // For such a row: takes q, whose frame the caller has computed together with those of other
+  // joints, as the cached joint value (counted as a computation unless q is the cached value
+  // already); dhTransform builds the transformation for it only when asked.
+  void noteJointValue(KtReal q) const {
     if (m_frameValid && q == m_cachedJointValue) return;
     m_cachedJointValue = q;
-    m_cachedSineHalf = sineHalf;
-    m_cachedCosineHalf = cosineHalf;
     m_frameValid = true;
     m_frameBuilt = false;
     ++m_transformComputations;
   }
-  // result = parent ∘ dhTransform(q) for such a row, from sin(q/2) and cos(q/2); result must
-  // not be parent. The parent's quaternion is multiplied by Rz(q) and Rx(alpha) in the row's
-  // order, each a quaternion with two non-zero components, which costs less than forming the
-  // joint's quaternion and a full product.
-  [[gnu::always_inline]] void composeOnto(const Kt::coordinateSystemTransformation& parent, KtReal sineHalf,
-                                          KtReal cosineHalf,
-                                          Kt::coordinateSystemTransformation& result) const {
-    const Kt::Orientation& turn = parent.orientation();
-    KtReal w = turn.w(), x = turn.x(), y = turn.y(), z = turn.z();
-    if (m_rotationalRow == RotationalRow::paul) {
-      turnAboutZ(w, x, y, z, cosineHalf, sineHalf);
-      turnAboutX(w, x, y, z, m_cosHalfAlpha, m_sinHalfAlpha);
-      const KtReal cosine = 1.0 - 2.0 * sineHalf * sineHalf, sine = 2.0 * sineHalf * cosineHalf;
-      result = {parent.translation() + turn * Kt::Vector(m_a * cosine, m_a * sine, m_d),
-                Kt::Orientation(w, x, y, z)};
-      return;
-    }
-    turnAboutX(w, x, y, z, m_cosHalfAlpha, m_sinHalfAlpha);
-    turnAboutZ(w, x, y, z, cosineHalf, sineHalf);
-    result = {parent.translation() + turn * m_craigTranslation, Kt::Orientation(w, x, y, z)};
+  // For such a row: what the frame sweep needs of it besides the joint value.
+  KtHalfAngleRow halfAngleRow() const {
+    return {m_rotationalRow == RotationalRow::paul,
+            m_a,
+            m_d,
+            m_cosAlpha,
+            m_sinAlpha,
+            m_cosHalfAlpha,
+            m_sinHalfAlpha};
   }
   void calculateTransform(Kt::coordinateSystemTransformation& result, KtReal q) const override;
   bool getUnitFrameMotion(KtGeneralMotion& motion) const override;
@@ -132,22 +120,6 @@ class KtDenavitHartenberg : public KtXmlCloneable<KtDenavitHartenberg, KtLinkKin
     return {Kt::Vector(m_a * cosine, m_a * sine, m_d), rotation};
   }
   Kt::coordinateSystemTransformation rotationalMotion(KtReal q, bool classic) const;
-  // (w, x, y, z) := (w, x, y, z) * (c, s, 0, 0), and * (c, 0, 0, s): a turn about x or z by the
-  // angle whose half has the cosine c and sine s.
-  static void turnAboutX(KtReal& w, KtReal& x, KtReal& y, KtReal& z, KtReal c, KtReal s) {
-    const KtReal w0 = w, x0 = x, y0 = y, z0 = z;
-    w = w0 * c - x0 * s;
-    x = w0 * s + x0 * c;
-    y = y0 * c + z0 * s;
-    z = z0 * c - y0 * s;
-  }
-  static void turnAboutZ(KtReal& w, KtReal& x, KtReal& y, KtReal& z, KtReal c, KtReal s) {
-    const KtReal w0 = w, x0 = x, y0 = y, z0 = z;
-    w = w0 * c - z0 * s;
-    x = x0 * c + y0 * s;
-    y = y0 * c - x0 * s;
-    z = z0 * c + w0 * s;
-  }
 
   KtXmlEnumType<KtJointType> m_jointType = KtJointType::rotational;
   KtXmlEnumType<KtDhType> m_dhType = KtDhType::paul;
@@ -173,9 +145,6 @@ class KtDenavitHartenberg : public KtXmlCloneable<KtDenavitHartenberg, KtLinkKin
   mutable KtCoordinateSystemTransformation m_cachedFrame;
   mutable KtReal m_cachedJointValue = 0.0;
   mutable bool m_frameValid = false;
-  // A half-angle row keeps the half-angle sine and cosine of the cached value and builds the
-  // transformation from them on the first dhTransform.
-  mutable KtReal m_cachedSineHalf = 0.0;
-  mutable KtReal m_cachedCosineHalf = 1.0;
+  // A half-angle row builds the transformation of its cached value on the first dhTransform.
   mutable bool m_frameBuilt = false;
 };

@@ -36,9 +36,43 @@ bool KtJointColumns::blockFits(const Kt::ReArray& jacobian, std::size_t firstRow
   return false;
 }
 
+namespace {
+
+// R·v for the rotation R whose columns the record holds.
+Kt::Vector rotate(const KtLinkFrames& record, const Kt::Vector& v) {
+  Kt::Vector result;
+  for (std::size_t r = 0; r < 3; ++r) {
+    result[r] = record.columns[KtLinkFrames::xAxis][r] * v.x() +
+                record.columns[KtLinkFrames::yAxis][r] * v.y() +
+                record.columns[KtLinkFrames::zAxis][r] * v.z();
+  }
+  return result;
+}
+
+}  // namespace
+
+KtJointColumn KtJointColumns::fromRecord(const KtManipulatorLink& link, const KtLinkFrames& record,
+                                         const KtJointPlan& plan, const Kt::Vector& point) {
+  const Kt::Vector offset = point - record.column(KtLinkFrames::origin);
+  if (plan.turnsAboutOwnZ) {
+    const Kt::Vector axis = record.column(KtLinkFrames::zAxis);
+    return {axis.cross(offset), axis};
+  }
+  KtJointColumn column;
+  if (plan.halfAngleRow != nullptr) {
+    column = {rotate(record, plan.unitLinear), rotate(record, plan.unitAngular)};
+  } else {
+    KtGeneralMotion unit;
+    link.kinematics().getUnitFrameMotion(unit);
+    column = {rotate(record, unit.linear()), rotate(record, unit.angular())};
+  }
+  column.linear += column.angular.cross(offset);
+  return column;
+}
+
 // The columns of the whole chain come from the frames that one query brings up to date, read
-// from the records directly, with the unit motions of the half-angle rows taken from the
-// state's joint plans; the rows are looked up once rather than per entry.
+// from the records, whose matrices hold the joint axes; the rows are looked up once rather than
+// per entry.
 bool KtJointColumns::write(const KtIndividualManipulator& manipulator, KtManipulatorActiveState& state,
                            std::size_t linkIndex, const Kt::Vector& point, KtJacobianRows rows,
                            Kt::ReArray& jacobian, std::size_t firstRow) {
@@ -48,16 +82,31 @@ bool KtJointColumns::write(const KtIndividualManipulator& manipulator, KtManipul
   const KtManipulatorLink& last = manipulator.link(linkIndex);
   last.dhFrameInSystem(state);
   const KtManipulatorActivePositionState& positions = state.activePositionState();
-  std::vector<KtReal>* target[6];
-  for (std::size_t k = 0; k < rowCount(rows); ++k) target[k] = &jacobian[firstRow + k];
+  KtReal* target[6];
+  for (std::size_t k = 0; k < rowCount(rows); ++k) target[k] = jacobian[firstRow + k].data();
   const std::size_t firstAngular = rows == KtJacobianRows::angular ? 0 : 3;
   for (const KtManipulatorLink* link = &last; link->linkIndex() >= 0; link = link->parentLink()) {
     const auto index = static_cast<std::size_t>(link->linkIndex());
-    const KtJointColumn column = fromRecord(*link, positions, point);
+    const KtLinkFrames& record = positions.linkFrames(index);
+    const KtJointPlan& plan = positions.jointPlan(index);
+    if (plan.turnsAboutOwnZ && rows == KtJacobianRows::both) {
+      // The common case written straight into the six rows (fromRecord's arithmetic exactly).
+      const KtReal* const axis = record.columns[KtLinkFrames::zAxis];
+      const KtReal* const origin = record.columns[KtLinkFrames::origin];
+      const KtReal rx = point.x() - origin[0], ry = point.y() - origin[1], rz = point.z() - origin[2];
+      target[0][index] = axis[1] * rz - axis[2] * ry;
+      target[1][index] = axis[2] * rx - axis[0] * rz;
+      target[2][index] = axis[0] * ry - axis[1] * rx;
+      target[3][index] = axis[0];
+      target[4][index] = axis[1];
+      target[5][index] = axis[2];
+      continue;
+    }
+    const KtJointColumn column = fromRecord(*link, record, plan, point);
     if (rows != KtJacobianRows::angular)
-      for (std::size_t k = 0; k < 3; ++k) (*target[k])[index] = column.linear[k];
+      for (std::size_t k = 0; k < 3; ++k) target[k][index] = column.linear[k];
     if (rows != KtJacobianRows::linear)
-      for (std::size_t k = 0; k < 3; ++k) (*target[firstAngular + k])[index] = column.angular[k];
+      for (std::size_t k = 0; k < 3; ++k) target[firstAngular + k][index] = column.angular[k];
   }
   return true;
 }

@@ -51,14 +51,24 @@ class KtJointColumns {
     return {toSystem * unit.linear(), toSystem * unit.angular()};
   }
 
-  // The column of a link's own joint at `point`.
+  // The column of a link's own joint at `point`. A link that the state has no record for has
+  // been reported by dhFrameInSystem and gets the column of the identity frame.
   static KtJointColumn at(const KtManipulatorLink& link, KtManipulatorActiveState& state,
                           const Kt::Vector& point) {
     const Kt::coordinateSystemTransformation& frame = link.dhFrameInSystem(state);
+    const auto index = static_cast<std::size_t>(link.linkIndex());
+    const KtManipulatorActivePositionState& positions = state.activePositionState();
+    if (link.linkIndex() >= 0 && index < positions.linkCount())
+      return fromRecord(link, positions.linkFrames(index), positions.jointPlan(index), point);
     KtJointColumn column = atJointFrame(link, frame);
     column.linear += column.angular.cross(point - frame.translation());
     return column;
   }
+
+  // The column of a joint at `point` from its link's frame record (which must be valid) (the joint axes as a matrix)
+  // and its plan; the unit motions of half-angle rows come from the plan, others' from the joint.
+  static KtJointColumn fromRecord(const KtManipulatorLink& link, const KtLinkFrames& record,
+                                  const KtJointPlan& plan, const Kt::Vector& point);
 
   // Free-base column k (0..5) at a point `r` away from the base origin: k < 3 moves the base
   // along system axis k, k >= 3 turns it about axis k − 3, which moves the point by e × r.
@@ -67,29 +77,6 @@ class KtJointColumns {
     axis[k % 3] = 1.0;
     if (k < 3) return {axis, Kt::Vector()};
     return {axis.cross(r), axis};
-  }
-
-  // The column of a link's own joint at `point`, from the link's frame record (which must be
-  // valid) and its joint plan, without asking the kinematics again; the arithmetic is that of
-  // at(), so the two agree exactly.
-  static KtJointColumn fromRecord(const KtManipulatorLink& link,
-                                  const KtManipulatorActivePositionState& positions,
-                                  const Kt::Vector& point) {
-    const auto index = static_cast<std::size_t>(link.linkIndex());
-    const Kt::coordinateSystemTransformation& frame = positions.linkFrames(index).dhFrame();
-    const KtJointPlan& plan = positions.jointPlan(index);
-    KtJointColumn column;
-    if (plan.halfAngleRow != nullptr) {
-      // A modified-convention row turns its frame about the frame's own origin: there is no
-      // linear part to rotate (rotating zero gives zero exactly).
-      const Kt::Orientation& toSystem = frame.orientation();
-      const bool swings = !(plan.unitLinear == Kt::Vector());
-      column = {swings ? toSystem * plan.unitLinear : Kt::Vector(), toSystem * plan.unitAngular};
-    } else {
-      column = atJointFrame(link, frame);
-    }
-    column.linear += column.angular.cross(point - frame.translation());
-    return column;
   }
 
   // Calls visit(jointIndex, column) for each joint on the chain from link `linkIndex` to the

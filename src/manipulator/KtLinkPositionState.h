@@ -24,6 +24,7 @@ class KtLinkPositionState : public KtXmlCloneable<KtLinkPositionState, KtXmlComp
   KtLinkFrames frames() const {
     KtLinkFrames frames;
     frames.dh = m_dhFrame;
+    frames.storeColumnsOfDh();
     frames.primary = m_primaryFrame;
     frames.valid = m_locationInSystemValid;
     return frames;

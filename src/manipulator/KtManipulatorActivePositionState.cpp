@@ -72,14 +72,21 @@ void KtManipulatorActivePositionState::rebind(const KtIndividualManipulator& man
     plan.soleChild = link.childCount() == 1;
     if (row == nullptr || !row->isHalfAngleRow()) continue;
     plan.halfAngleRow = row;
+    plan.row = row->halfAngleRow();
     KtGeneralMotion unit;
     row->getUnitFrameMotion(unit);
     plan.unitLinear = unit.linear();
     plan.unitAngular = unit.angular();
+    plan.turnsAboutOwnZ = plan.unitLinear == Kt::Vector() && plan.unitAngular == Kt::Vector(0.0, 0.0, 1.0);
   }
-  for (auto* scratch :
-       {&m_frameSweep.values, &m_frameSweep.halfAngles, &m_frameSweep.sines, &m_frameSweep.cosines})
-    scratch->resize(count);
+  m_frameSweep.angles.resize(KtFrameSweep::groups(count));
+  bool classic = false, modified = false;
+  for (const KtJointPlan& plan : m_jointPlans) {
+    if (plan.halfAngleRow != nullptr) (plan.row.classic ? classic : modified) = true;
+  }
+  m_frameSweep.rows = classic && modified ? KtFrameSweep::Rows::mixed
+                      : classic           ? KtFrameSweep::Rows::classicOnly
+                                          : KtFrameSweep::Rows::modifiedOnly;
   m_frameSweep.path.resize(count);
   m_model = &manipulator;
   m_revision = KtModelRevision::current();

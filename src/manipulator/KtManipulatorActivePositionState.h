@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "manipulator/KtHalfAngleRow.h"
 #include "manipulator/KtLinkFrames.h"
 #include "manipulator/KtLinkPositionState.h"
 #include "manipulator/KtModelRevision.h"
@@ -23,6 +24,8 @@ struct KtJointPlan {
   // The joint again when it is a rotational "paul" or "craig" row, whose transformation the
   // sweep builds from sines and cosines of half joint values computed all together.
   const KtDenavitHartenberg* halfAngleRow = nullptr;
+  // That row's constants, copied here so that the sweep reads them from one array.
+  KtHalfAngleRow row;
   // The link's fixed primary offset, or null when it is the identity (a primary offset only
   // changes with the model revision).
   const Kt::coordinateSystemTransformation* primaryOffset = nullptr;
@@ -32,17 +35,37 @@ struct KtJointPlan {
   // joints are asked each time, which may report a bad type).
   Kt::Vector unitLinear;
   Kt::Vector unitAngular;
+  // Whether that motion is a pure turn about the frame's own z axis (the modified convention),
+  // whose Jacobian column is the z axis and its cross product with the point's offset.
+  bool turnsAboutOwnZ = false;
 };
 
-// Scratch room for the links whose frames one query computes, outward, their joint values and
-// the sines and cosines of half of them; kept with the state so that it is allocated once per
-// manipulator rather than once per query. Each array holds one entry per link.
+// The angles of four consecutive links of a frame sweep: their joint values, the halves of
+// those, and the sines and cosines of both. Four lanes each, so that the trigonometric pass
+// runs on whole vector registers without a remainder.
+struct alignas(32) KtAngleGroup {
+  static constexpr std::size_t kLanes = 4;
+  KtReal values[kLanes];
+  KtReal halves[kLanes];
+  KtReal sinesOfHalves[kLanes];
+  KtReal cosinesOfHalves[kLanes];
+  KtReal sines[kLanes];
+  KtReal cosines[kLanes];
+};
+
+// Scratch room for the links whose frames one query computes, outward, and their angles; kept
+// with the state so that it is allocated once per manipulator rather than once per query.
 struct KtFrameSweep {
+  static std::size_t groups(std::size_t links) {
+    return (links + KtAngleGroup::kLanes - 1) / KtAngleGroup::kLanes;
+  }
+  // Which conventions the manipulator's half-angle rows use: when it is only one, the sweep is
+  // compiled for it alone.
+  enum class Rows : std::uint8_t { classicOnly, modifiedOnly, mixed };
+
   std::vector<std::size_t> path;
-  std::vector<KtReal> values;
-  std::vector<KtReal> halfAngles;
-  std::vector<KtReal> sines;
-  std::vector<KtReal> cosines;
+  std::vector<KtAngleGroup> angles;
+  Rows rows = Rows::mixed;
 };
 
 // The position state of one manipulator together with the frames of its links that have

@@ -58,7 +58,9 @@ void gatherMotions(const KtIndividualManipulator& manipulator, KtManipulatorActi
   for (std::size_t i = 0; i < workspace.linkCount; ++i) {
     const KtManipulatorLink& link = manipulator.link(i);
     link.dhFrameInSystem(state);
-    workspace.motions[i] = KtJointColumns::fromRecord(link, state.activePositionState(), Kt::Vector());
+    const KtManipulatorActivePositionState& positions = state.activePositionState();
+    workspace.motions[i] =
+        KtJointColumns::fromRecord(link, positions.linkFrames(i), positions.jointPlan(i), Kt::Vector());
   }
 }
 

@@ -6,10 +6,10 @@
 
 #include "foundation/Print.h"
 #include "manipulator/KtDeformableManipulatorLink.h"
+#include "manipulator/KtFrameChain.h"
 #include "manipulator/KtIndividualManipulator.h"
 #include "manipulator/KtManipulatorActiveState.h"
 #include "manipulator/KtModelRevision.h"
-#include "math/SinCos.h"
 #include "xml/KtXmlNamespaces.h"
 
 namespace {
@@ -173,11 +173,8 @@ void KtManipulatorLink::copyPropertiesFrom(const KtManipulatorLink& source) {
 // Jacobian), and computing them together costs far less than link by link. A branching link
 // ends the sweep, so that a query never computes the frames of another branch.
 //
-// The sines and cosines of all the half joint values come first, in one pass without branches
-// that the compiler vectorises; then the compositions follow, outward. A half-angle row turns
-// its parent's frame directly and only notes its joint value, so that its own transformation
-// is built only if someone asks for it. The path is a list of link indices, and what the sweep
-// needs of each joint comes from the state's plans, so the loops walk plain arrays.
+// Here the path is gathered as a list of link indices; the arithmetic is KtFrameChain's, which
+// reads what it needs of each joint from the state's plans, so that its loops walk plain arrays.
 const KtLinkFrames& KtManipulatorLink::locate(KtManipulatorActivePositionState& positions) const {
   const KtLinkFrames& record = positions.linkFrames(static_cast<std::size_t>(m_linkIndex));
   return record.isValid() ? record : sweepFrames(positions);
@@ -204,26 +201,15 @@ const KtLinkFrames& KtManipulatorLink::locate(KtManipulatorActivePositionState& 
   for (std::size_t last = path[count - 1]; plans[last].soleChild && last + 1 < linkCount;)
     path[count++] = ++last;
 
-  const std::vector<KtReal>& joints = positions.positionState().jointPositions();
-  for (std::size_t k = 0; k < count; ++k) {
-    sweep.values[k] = path[k] < joints.size() ? joints[path[k]] : 0.0;
-    sweep.halfAngles[k] = 0.5 * sweep.values[k];
-  }
-  Kt::sinCosMany(sweep.halfAngles.data(), sweep.sines.data(), sweep.cosines.data(), count);
-
-  const Kt::coordinateSystemTransformation* parentFrame = &ancestor->locate(positions).dhFrame();
-  for (std::size_t k = 0; k < count; ++k) {
-    const KtJointPlan& plan = plans[path[k]];
-    KtLinkFrames& linkRecord = frames[path[k]];
-    if (plan.halfAngleRow != nullptr) {
-      plan.halfAngleRow->noteHalfAngles(sweep.values[k], sweep.sines[k], sweep.cosines[k]);
-      plan.halfAngleRow->composeOnto(*parentFrame, sweep.sines[k], sweep.cosines[k], linkRecord.dh);
-      linkRecord.storePrimaryFrame(plan.primaryOffset);
-    } else {
-      linkRecord.store(*parentFrame, plan.kinematics->dhTransform(sweep.values[k]), plan.primaryOffset);
-    }
-    parentFrame = &linkRecord.dh;
-  }
+  KtFrameChainRun run;
+  run.plans = plans;
+  run.frames = frames;
+  run.path = path;
+  run.count = count;
+  run.start = &ancestor->locate(positions);
+  run.joints = &positions.positionState().jointPositions();
+  run.scratch = &sweep;
+  KtFrameChain::compose(run);
   return frames[m_linkIndex];
 }
 

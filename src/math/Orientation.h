@@ -166,6 +166,12 @@ class KT_EXPORT Orientation {
   static Orientation yRotation(KtReal angle);
   static Orientation zRotation(KtReal angle);
 
+  // Whether a squared norm lies in the band within which a quaternion counts as unit length and
+  // every normalising operation leaves it as it is.
+  static bool withinBand(KtReal squaredNorm) {
+    return squaredNorm >= 0.999999999999 && squaredNorm <= 1.000000000001;
+  }
+
  protected:
   KtReal magSquared() const { return w() * w() + x() * x() + y() * y() + z() * z(); }
   // Rescales to unit length unless the squared norm is already within 1e-12 of one. All zeros
@@ -201,9 +207,6 @@ class KT_EXPORT Orientation {
                        p.w() * q.x() + p.x() * q.w() + p.y() * q.z() - p.z() * q.y(),
                        p.w() * q.y() - p.x() * q.z() + p.y() * q.w() + p.z() * q.x(),
                        p.w() * q.z() + p.x() * q.y() - p.y() * q.x() + p.z() * q.w(), Unnormalized{});
-  }
-  static bool withinBand(KtReal squaredNorm) {
-    return squaredNorm >= 0.999999999999 && squaredNorm <= 1.000000000001;
   }
   void normalizeOutsideBand(KtReal squaredNorm);
 

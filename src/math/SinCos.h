@@ -83,7 +83,8 @@ inline void sinCos(KtReal x, KtReal& sine, KtReal& cosine) {
 // sinCos of count arguments, with exactly the same results. All of them go through the
 // branch-free part, which the compiler vectorises, while the arguments outside the reducible
 // range are noted on the way (without a jump) and then done again by sinCos.
-inline void sinCosMany(const KtReal* x, KtReal* sine, KtReal* cosine, std::size_t count) {
+inline void sinCosMany(const KtReal* __restrict x, KtReal* __restrict sine, KtReal* __restrict cosine,
+                       std::size_t count) {
   std::uint64_t outside = 0;
   for (std::size_t i = 0; i < count; ++i) {
     // Non-negative doubles, NaN included, order like their bit patterns: the difference of the

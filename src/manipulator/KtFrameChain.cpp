@@ -1,0 +1,258 @@
+#include "manipulator/KtFrameChain.h"
+
+#include <cstdint>
+#include <cstring>
+#include <type_traits>
+
+#include "manipulator/KtDenavitHartenberg.h"
+#include "math/SinCos.h"
+
+namespace {
+
+// Four doubles at a time, in one of two forms. WideLanes is one register where the processor
+// has four-lane registers; the helpers take and give it by reference and are always inlined,
+// so no such value crosses a call. PlainLanes holds the four as members, for baseline
+// processors, on which a four-lane register value would be split through memory: every
+// operation is written out lane by lane, so the compiler keeps them in registers and pairs them
+// where it can.
+using WideLanes = KtReal __attribute__((vector_size(32)));
+struct PlainLanes {
+  KtReal v[4];
+  KtReal operator[](std::size_t i) const { return v[i]; }
+};
+
+inline PlainLanes operator+(const PlainLanes& a, const PlainLanes& b) {
+  return {{a.v[0] + b.v[0], a.v[1] + b.v[1], a.v[2] + b.v[2], a.v[3] + b.v[3]}};
+}
+inline PlainLanes operator-(const PlainLanes& a, const PlainLanes& b) {
+  return {{a.v[0] - b.v[0], a.v[1] - b.v[1], a.v[2] - b.v[2], a.v[3] - b.v[3]}};
+}
+inline PlainLanes operator*(const PlainLanes& a, const PlainLanes& b) {
+  return {{a.v[0] * b.v[0], a.v[1] * b.v[1], a.v[2] * b.v[2], a.v[3] * b.v[3]}};
+}
+inline PlainLanes operator*(const PlainLanes& a, KtReal s) {
+  return {{a.v[0] * s, a.v[1] * s, a.v[2] * s, a.v[3] * s}};
+}
+inline PlainLanes operator*(KtReal s, const PlainLanes& a) { return a * s; }
+inline PlainLanes& operator+=(PlainLanes& a, const PlainLanes& b) { return a = a + b; }
+
+[[gnu::always_inline]] inline void set(WideLanes& to, KtReal a, KtReal b, KtReal c, KtReal d) {
+  to = WideLanes{a, b, c, d};
+}
+[[gnu::always_inline]] inline void set(PlainLanes& to, KtReal a, KtReal b, KtReal c, KtReal d) {
+  to = {{a, b, c, d}};
+}
+
+// to := the lanes i0..i3 of (a, b), counting a's lanes 0..3 and b's 4..7.
+template <int i0, int i1, int i2, int i3>
+[[gnu::always_inline]] inline void pick(const WideLanes& a, const WideLanes& b, WideLanes& to) {
+  using LaneIndices = std::int64_t __attribute__((vector_size(32)));
+  constexpr LaneIndices indices = {i0, i1, i2, i3};
+  to = __builtin_shuffle(a, b, indices);
+}
+template <int i0, int i1, int i2, int i3>
+[[gnu::always_inline]] inline void pick(const PlainLanes& a, const PlainLanes& b, PlainLanes& to) {
+  const auto lane = [&a, &b](int i) { return i < 4 ? a.v[i] : b.v[i - 4]; };
+  to = {{lane(i0), lane(i1), lane(i2), lane(i3)}};
+}
+
+template <typename Lanes>
+[[gnu::always_inline]] inline void load(const KtReal* from, Lanes& to) {
+  static_assert(sizeof(Lanes) == 4 * sizeof(KtReal) && std::is_trivially_copyable_v<Lanes>);
+  std::memcpy(&to, from, sizeof to);
+}
+template <typename Lanes>
+[[gnu::always_inline]] inline void save(const Lanes& from, KtReal* to) {
+  std::memcpy(to, &from, sizeof from);
+}
+
+// The matrix of a frame by columns (x, y, z axes and origin), and its quaternion (w, x, y, z).
+template <typename Lanes>
+struct FrameLanes {
+  Lanes x, y, z, origin, turn;
+};
+
+template <typename Lanes>
+[[gnu::always_inline]] inline void loadFrame(const KtLinkFrames& record, FrameLanes<Lanes>& frame) {
+  load(record.columns[KtLinkFrames::xAxis], frame.x);
+  load(record.columns[KtLinkFrames::yAxis], frame.y);
+  load(record.columns[KtLinkFrames::zAxis], frame.z);
+  load(record.columns[KtLinkFrames::origin], frame.origin);
+  const Kt::Orientation& q = record.dh.orientation();
+  set(frame.turn, q.w(), q.x(), q.y(), q.z());
+}
+
+// Columns (u, v) := (c·u + s·v, c·v − s·u): the matrix times a turn by the angle with cosine c
+// and sine s about its third axis (x, y about z; y, z about x).
+template <typename Lanes>
+[[gnu::always_inline]] inline void turnColumns(Lanes& u, Lanes& v, KtReal c, KtReal s) {
+  const Lanes u0 = u;
+  u = u0 * c + v * s;
+  v = v * c - u0 * s;
+}
+
+// q := q·(c, s, 0, 0) and q := q·(c, 0, 0, s): the quaternion times a turn about x or z by the
+// angle whose half has the cosine c and sine s.
+template <typename Lanes>
+[[gnu::always_inline]] inline void turnQuaternionAboutX(Lanes& q, KtReal c, KtReal s) {
+  Lanes swapped, signs;
+  pick<1, 0, 3, 2>(q, q, swapped);
+  set(signs, -1.0, 1.0, 1.0, -1.0);
+  q = q * c + swapped * (signs * s);
+}
+template <typename Lanes>
+[[gnu::always_inline]] inline void turnQuaternionAboutZ(Lanes& q, KtReal c, KtReal s) {
+  Lanes reversed, signs;
+  pick<3, 2, 1, 0>(q, q, reversed);
+  set(signs, -1.0, 1.0, -1.0, 1.0);
+  q = q * c + reversed * (signs * s);
+}
+
+// The next frame of a half-angle row, from the joint value's sine and cosine (s, c) and those
+// of its half (sh, ch).
+template <KtFrameSweep::Rows rows, typename Lanes>
+[[gnu::always_inline]] inline void turnByRow(const KtHalfAngleRow& row, KtReal s, KtReal c, KtReal sh,
+                                             KtReal ch, FrameLanes<Lanes>& frame) {
+  using Rows = KtFrameSweep::Rows;
+  if (rows == Rows::classicOnly || (rows == Rows::mixed && row.classic)) {
+    turnColumns(frame.x, frame.y, c, s);
+    frame.origin += frame.x * row.a + frame.z * row.d;
+    turnColumns(frame.y, frame.z, row.cosAlpha, row.sinAlpha);
+    turnQuaternionAboutZ(frame.turn, ch, sh);
+    turnQuaternionAboutX(frame.turn, row.cosHalfAlpha, row.sinHalfAlpha);
+  } else {
+    turnColumns(frame.y, frame.z, row.cosAlpha, row.sinAlpha);
+    frame.origin += frame.x * row.a + frame.z * row.d;
+    turnColumns(frame.x, frame.y, c, s);
+    turnQuaternionAboutX(frame.turn, row.cosHalfAlpha, row.sinHalfAlpha);
+    turnQuaternionAboutZ(frame.turn, ch, sh);
+  }
+}
+
+// A transformation is kept as its translation, its quaternion (w, x, y, z) and a 32-bit mode
+// padded to eight bytes: two registers of four lanes, (tx, ty, tz, w) and (x, y, z, mode 0).
+// Built in registers and copied into the record's bytes (the type is trivially copyable), a
+// frame never passes through a temporary.
+static_assert(sizeof(Kt::coordinateSystemTransformation) == 8 * sizeof(KtReal) &&
+              std::is_trivially_copyable_v<Kt::coordinateSystemTransformation> &&
+              Kt::coordinateSystemTransformation::modeGeneral == 0);
+
+// Puts the quaternion back into the band of unit length, which turns by unit pairs hardly ever
+// make it leave.
+[[gnu::noinline, gnu::cold]] void renormalize(Kt::coordinateSystemTransformation& frame) {
+  const Kt::Orientation& q = frame.orientation();
+  frame.setOrientation(Kt::Orientation(q.w(), q.x(), q.y(), q.z()));
+}
+
+// Writes the frame into the record.
+template <typename Lanes>
+[[gnu::always_inline]] inline void storeFrame(const FrameLanes<Lanes>& frame, const KtJointPlan& plan,
+                                              KtLinkFrames& record) {
+  save(frame.x, record.columns[KtLinkFrames::xAxis]);
+  save(frame.y, record.columns[KtLinkFrames::yAxis]);
+  save(frame.z, record.columns[KtLinkFrames::zAxis]);
+  save(frame.origin, record.columns[KtLinkFrames::origin]);
+  Lanes translationAndW, xyzAndMode;
+  pick<0, 1, 2, 4>(frame.origin, frame.turn, translationAndW);
+  pick<1, 2, 3, 4>(frame.turn, Lanes{}, xyzAndMode);
+  auto* const bytes = reinterpret_cast<unsigned char*>(&record.dh);
+  std::memcpy(bytes, &translationAndW, sizeof(Lanes));
+  std::memcpy(bytes + sizeof(Lanes), &xyzAndMode, sizeof(Lanes));
+  const Lanes squares = frame.turn * frame.turn;
+  Lanes swapped;
+  pick<1, 0, 3, 2>(squares, squares, swapped);
+  const Lanes pairSums = squares + swapped;
+  if (!Kt::Orientation::withinBand(pairSums[0] + pairSums[2])) renormalize(record.dh);
+  record.storePrimaryFrame(plan.primaryOffset);
+}
+
+// The sines and cosines of the joint values and of their halves, a group of four at a time
+// (the lanes past the run's count hold values left from earlier runs, or zero, and their results
+// are not used).
+template <typename Lanes>
+[[gnu::always_inline]] inline void trigonometricPass(KtAngleGroup& group) {
+  constexpr std::size_t lanes = KtAngleGroup::kLanes;
+  for (std::size_t j = 0; j < lanes; ++j) group.halves[j] = 0.5 * group.values[j];
+  Kt::sinCosMany(group.halves, group.sinesOfHalves, group.cosinesOfHalves, lanes);
+  Lanes sh, ch;
+  load(group.sinesOfHalves, sh);
+  load(group.cosinesOfHalves, ch);
+  save(2.0 * sh * ch, group.sines);
+  save((ch - sh) * (ch + sh), group.cosines);
+}
+
+// The compositions, outward from the start record.
+template <KtFrameSweep::Rows rows, typename Lanes>
+[[gnu::always_inline]] inline void composeLinks(const KtFrameChainRun& run) {
+  constexpr std::size_t lanes = KtAngleGroup::kLanes;
+  const KtAngleGroup* const angles = run.scratch->angles.data();
+  FrameLanes<Lanes> frame;
+  loadFrame(*run.start, frame);
+  const KtLinkFrames* parent = run.start;
+  for (std::size_t k = 0; k < run.count; ++k) {
+    const KtJointPlan& plan = run.plans[run.path[k]];
+    KtLinkFrames& record = run.frames[run.path[k]];
+    const KtAngleGroup& group = angles[k / lanes];
+    const std::size_t j = k % lanes;
+    if (plan.halfAngleRow != nullptr) {
+      turnByRow<rows>(plan.row, group.sines[j], group.cosines[j], group.sinesOfHalves[j],
+                      group.cosinesOfHalves[j], frame);
+      storeFrame(frame, plan, record);
+    } else {
+      record.store(parent->dh, plan.kinematics->dhTransform(group.values[j]), plan.primaryOffset);
+      loadFrame(record, frame);
+    }
+    parent = &record;
+  }
+}
+
+// The whole sweep, inlined into each of the two forms below.
+template <typename Lanes>
+[[gnu::always_inline]] inline void composeRun(const KtFrameChainRun& run) {
+  constexpr std::size_t lanes = KtAngleGroup::kLanes;
+  KtAngleGroup* const angles = run.scratch->angles.data();
+  const std::vector<KtReal>& joints = *run.joints;
+  for (std::size_t k = 0; k < run.count; ++k) {
+    const KtReal value = run.path[k] < joints.size() ? joints[run.path[k]] : 0.0;
+    angles[k / lanes].values[k % lanes] = value;
+    const KtJointPlan& plan = run.plans[run.path[k]];
+    if (plan.halfAngleRow != nullptr) plan.halfAngleRow->noteJointValue(value);
+  }
+  const std::size_t groups = KtFrameSweep::groups(run.count);
+  for (std::size_t g = 0; g < groups; ++g) trigonometricPass<Lanes>(angles[g]);
+
+  switch (run.scratch->rows) {
+    case KtFrameSweep::Rows::classicOnly:
+      composeLinks<KtFrameSweep::Rows::classicOnly, Lanes>(run);
+      break;
+    case KtFrameSweep::Rows::modifiedOnly:
+      composeLinks<KtFrameSweep::Rows::modifiedOnly, Lanes>(run);
+      break;
+    case KtFrameSweep::Rows::mixed:
+      composeLinks<KtFrameSweep::Rows::mixed, Lanes>(run);
+      break;
+  }
+}
+
+}  // namespace
+
+namespace KtFrameChain {
+
+bool wideAvailable() {
+  __builtin_cpu_init();
+  return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma");
+}
+
+[[gnu::flatten]] void composeBaseline(const KtFrameChainRun& run) { composeRun<PlainLanes>(run); }
+
+// This file is compiled with floating-point contraction, so that here the multiply-adds fuse.
+[[gnu::flatten, gnu::target("avx2,fma")]] void composeWide(const KtFrameChainRun& run) {
+  composeRun<WideLanes>(run);
+}
+
+void compose(const KtFrameChainRun& run) {
+  static void (*const selected)(const KtFrameChainRun&) = wideAvailable() ? composeWide : composeBaseline;
+  selected(run);
+}
+
+}  // namespace KtFrameChain
