@@ -65,8 +65,8 @@ class KtJointColumns {
     return column;
   }
 
-  // The column of a joint at `point` from its link's frame record (which must be valid) (the joint axes as a matrix)
-  // and its plan; the unit motions of half-angle rows come from the plan, others' from the joint.
+  // The column of a joint at `point` from its link's frame record (which must be valid) (the joint axes as a
+  // matrix) and its plan; the unit motions of half-angle rows come from the plan, others' from the joint.
   static KtJointColumn fromRecord(const KtManipulatorLink& link, const KtLinkFrames& record,
                                   const KtJointPlan& plan, const Kt::Vector& point);
 
