@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <Eigen/Dense>
+
 #include <cmath>
 #include <memory>
 #include <vector>
@@ -105,8 +107,8 @@ TEST(KtIndividualVelocityControlDescriptionTest, HardRowsAreMetAndTheCostIsOptim
   }
 }
 
-// A soft flange frame enters the cost as weighted least squares: with W = I the rates solve the
-// normal equations (I + w·JᵀJ)·q̇ = w·JᵀV, w the handler's weight times the error weight. At a
+// A soft flange frame enters the cost as weighted least squares: with W = I the rates minimise
+// ½|q̇|² + ½w·|J·q̇ − V|², w the handler's weight times the error weight. At a
 // singular pose (every joint at zero: the first and third axes line up) the exact solve refuses
 // with a message and commands no motion, while the soft one stays bounded by √w/2·|V|, the
 // largest gain σw/(1 + σ²w) of damped least squares over all singular values σ.
@@ -139,15 +141,19 @@ TEST(KtIndividualVelocityControlDescriptionTest,
     arm.description().controlExpressionContainer().setExpression(std::move(core));
     ASSERT_TRUE(arm.description().calculateJointRates(arm.stated, 0, &velocities, rates));
 
+    // The same cost as one stacked least-squares problem [√w·J; I]·q̇ ≈ [√w·V; 0], solved by
+    // Eigen's pivoted QR.
     const double w = errorWeight * handlerWeight;
     const Kt::ReArray& jacobian = arm.jacobian();
-    std::vector<double> lhs = transposeTimes(jacobian, times(jacobian, rates)),
-                        rhs = transposeTimes(jacobian, velocities.velocity(0));
-    for (std::size_t i = 0; i < 7; ++i) {
-      lhs[i] = rates[i] + w * lhs[i];
-      rhs[i] *= w;
+    Eigen::MatrixXd stacked = Eigen::MatrixXd::Zero(13, 7);
+    Eigen::VectorXd target = Eigen::VectorXd::Zero(13);
+    for (std::size_t r = 0; r < 6; ++r) {
+      for (std::size_t c = 0; c < 7; ++c) stacked(r, c) = std::sqrt(w) * jacobian[r][c];
+      target(r) = std::sqrt(w) * velocities.velocity(0)[r];
     }
-    expectNear(lhs, rhs, 1e-9 * norm(rhs));
+    stacked.bottomRows(7) = Eigen::MatrixXd::Identity(7, 7);
+    const Eigen::VectorXd expected = stacked.colPivHouseholderQr().solve(target);
+    expectNear(rates, std::vector<double>(expected.data(), expected.data() + 7), 1e-9 * expected.norm());
     EXPECT_LE(norm(rates), std::sqrt(w) / 2 * norm(velocities.velocity(0)) * (1 + 1e-12));
   }
 }
