@@ -18,3 +18,11 @@ inline double ktClampedAcos(double value) {
 // Replaces a value that is not positive (or NaN) by the smallest positive double, so that
 // dividing by it never divides by zero or flips a sign.
 inline double ktGuardPositive(double value) { return value > 0.0 ? value : ktSmallestPositive; }
+
+// Whether every value of a range is finite (no NaN, no infinity).
+template <typename Range>
+bool ktAllFinite(const Range& values) {
+  for (double value : values)
+    if (!std::isfinite(value)) return false;
+  return true;
+}

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "foundation/MathUtil.h"
 #include "foundation/Print.h"
 #include "motion/endeffector/KtEndEffectorSet.h"
 #include "xml/KtXmlNamespaces.h"
@@ -141,7 +142,15 @@ bool KtControlExpressionCore::evaluate(const KtControlContext& context) {
   // The gradient already carries α (and the soft rows' terms), so the solver's scale is 1.
   const bool solved =
       m_tool.calcJointRates(*jacobian, m_weighting, m_gradient, 1.0, *velocities, context.columnCount);
+  // A velocity or gradient that is not finite passes through the solve: such rates must not
+  // reach a filter's memory or the integration, so the core reports them and commands no motion.
   const std::vector<KtReal>& rates = m_tool.jointRates();
-  std::copy(rates.begin(), rates.end(), m_value.column().begin());
+  std::vector<KtReal>& value = m_value.column();
+  if (solved && !ktAllFinite(rates)) {
+    ktPrint(KtSeverity::Error, "KtControlExpressionCore::calculateJointRates(): the rates are not finite.\n");
+    std::fill(value.begin(), value.end(), 0.0);
+    return false;
+  }
+  std::copy(rates.begin(), rates.end(), value.begin());
   return solved;
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "foundation/MathUtil.h"
 #include "foundation/Print.h"
 #include "manipulator/KtModelRevision.h"
 #include "xml/KtXmlNamespaces.h"
@@ -97,7 +98,16 @@ bool KtIndividualVelocityControlDescription::calculateJointRates(
     m_preparedFor = key;
   }
   if (!m_prepared || !m_container.evaluate(context)) return false;
+  // The core refuses rates that are not finite; a node around it could still make some, and
+  // none may reach the integration, so the arm stands still instead.
   const std::vector<KtReal>& result = m_container.value().column();
+  if (!ktAllFinite(result)) {
+    ktPrint(
+        KtSeverity::Error,
+        "KtIndividualVelocityControlDescription::calculateJointRates(): the rates are not finite; the arm is "
+        "held still.\n");
+    return false;
+  }
   std::copy(result.begin(), result.end(), rates.begin());
   return true;
 }

@@ -158,7 +158,8 @@ TEST(KtIndividualVelocityControlDescriptionTest,
   }
 }
 
-// An arm that is off yields zero rates; velocity lists that do not fit the set are reported.
+// An arm that is off yields zero rates; velocity lists that do not fit the set are reported, and
+// a velocity that is not finite holds the arm still.
 TEST(KtIndividualVelocityControlDescriptionTest, ReportsVelocitiesThatDoNotFitAndStandsStillWhenOff) {
   TestRandom rng(303);
   FlangeControl arm(rng);
@@ -172,6 +173,11 @@ TEST(KtIndividualVelocityControlDescriptionTest, ReportsVelocitiesThatDoNotFitAn
   EXPECT_FALSE(arm.description().calculateJointRates(arm.stated, 0, nullptr, rates));
   const KtManipulatorEndEffectorVelocity fitting = randomVelocities(*arm.control.endEffectorSet(0), rng);
   EXPECT_FALSE(arm.description().calculateJointRates(arm.stated, 3, &fitting, rates));
+  KtManipulatorEndEffectorVelocity notFinite = fitting;
+  notFinite.velocity(0)[2] = std::nan("");
+  std::vector<double> held;
+  EXPECT_FALSE(arm.description().calculateJointRates(arm.stated, 0, &notFinite, held));
+  EXPECT_EQ(held, std::vector<double>(7, 0.0));
   EXPECT_EQ(
       capture.text(),
       "KtIndividualVelocityControlDescription::calculateJointRates(): 0 end-effector velocities for 1 end "
@@ -182,8 +188,18 @@ TEST(KtIndividualVelocityControlDescriptionTest, ReportsVelocitiesThatDoNotFitAn
       "KtControlExpressionCore::calculateJointRates(): attempt to calculate joint rates with a NULL "
       "end-effector "
       "velocity\n"
-      "KtControlExpressionCore::calculateJointRates()-> Bad manipulator index, 3.\n");
+      "KtControlExpressionCore::calculateJointRates()-> Bad manipulator index, 3.\n"
+      "KtControlExpressionCore::calculateJointRates(): the rates are not finite.\n");
   EXPECT_TRUE(rates.empty());
+  capture.clear();
+  arm.description().controlExpressionContainer().setExpression(
+      literalColumn({0, 0, 0, std::nan(""), 0, 0, 0}));
+  EXPECT_FALSE(arm.description().calculateJointRates(arm.stated, 0, &fitting, held));
+  EXPECT_EQ(held, std::vector<double>(7, 0.0));
+  EXPECT_EQ(capture.text(),
+            "KtIndividualVelocityControlDescription::calculateJointRates(): the rates are not finite; the "
+            "arm is held "
+            "still.\n");
   arm.description().setIsOn(false);
   EXPECT_TRUE(arm.description().calculateJointRates(arm.stated, 0, &shortOne, rates));
   EXPECT_EQ(rates, std::vector<double>(7, 0.0));
