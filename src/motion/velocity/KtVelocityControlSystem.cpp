@@ -47,10 +47,13 @@ bool KtVelocityControlSystem::manipulatorValid(int manipulator, const char* oper
 }
 
 // The active index of a document may point past the list; the last description stands in.
-KtIndividualVelocityControlDescription& KtVelocityControlSystem::active(std::size_t manipulator) {
-  KtVelocityControlDescriptions& list = m_descriptions[manipulator];
+std::size_t KtVelocityControlSystem::activeIndex(std::size_t manipulator) const {
   const std::size_t index = manipulator < m_activeIndices.size() ? m_activeIndices[manipulator] : 0;
-  return list[std::min<std::size_t>(index, list.size() - 1)];
+  return std::min<std::size_t>(index, m_descriptions[manipulator].size() - 1);
+}
+
+KtIndividualVelocityControlDescription& KtVelocityControlSystem::active(std::size_t manipulator) {
+  return m_descriptions[manipulator][activeIndex(manipulator)];
 }
 
 const KtVelocityControlDescriptions* KtVelocityControlSystem::controlDescriptions(int manipulator) const {
@@ -82,9 +85,8 @@ KtEndEffectorSet* KtVelocityControlSystem::endEffectorSet(int manipulator) {
 bool KtVelocityControlSystem::endEffectorRelativeLinkData(
     int manipulator, std::vector<KtEndEffectorRelativeLinkData>& data) const {
   if (!manipulatorValid(manipulator, "endEffectorRelativeLinkData")) return false;
-  const KtEndEffectorSet& set = const_cast<KtVelocityControlSystem&>(*this)
-                                    .active(static_cast<std::size_t>(manipulator))
-                                    .endEffectorSet();
+  const auto m = static_cast<std::size_t>(manipulator);
+  const KtEndEffectorSet& set = m_descriptions[m][activeIndex(m)].endEffectorSet();
   data.clear();
   for (std::size_t i = 0; i < set.size(); ++i) data.push_back(set.endEffector(i).relativeLinkData());
   return true;

@@ -65,6 +65,7 @@ class KtVelocityControlSystem : public KtXmlCloneable<KtVelocityControlSystem, K
 
  private:
   bool manipulatorValid(int manipulator, const char* operation) const;
+  std::size_t activeIndex(std::size_t manipulator) const;
   KtIndividualVelocityControlDescription& active(std::size_t manipulator);
 
   KtXmlVectorType<KtVelocityControlDescriptions> m_descriptions;
