@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstddef>
 #include <numeric>
+#include <type_traits>
 #include <utility>
 
 #include "foundation/Print.h"
@@ -19,6 +20,26 @@ constexpr KtReal kNegligiblePivot = 1e-12;
 // An exactly zero pivot is replaced so that factoring can go on; the dependency test then
 // reports its row.
 constexpr KtReal kZeroPivotReplacement = 1e-300;
+
+// target[j] −= factor·source[j] for j < count; the two never overlap.
+void subtractMultiple(KtReal* __restrict target, const KtReal* __restrict source, KtReal factor,
+                      std::size_t count) {
+  for (std::size_t j = 0; j < count; ++j) target[j] -= source[j] * factor;
+}
+
+// Calls kernel with the column count n, as a constant known when compiled for the joint counts
+// of common arms (so that the short loops over a row unroll), else as a run-time value.
+template <typename Kernel>
+decltype(auto) withColumnCount(std::size_t n, Kernel&& kernel) {
+  switch (n) {
+    case 6:
+      return kernel(std::integral_constant<std::size_t, 6>{});
+    case 7:
+      return kernel(std::integral_constant<std::size_t, 7>{});
+    default:
+      return kernel(n);
+  }
+}
 
 KtReal largestMagnitude(const KtReal* entries, std::size_t count) {
   KtReal largest = 0.0;
@@ -88,7 +109,8 @@ bool KtCoreVelocityControlTool::solve(const Kt::ReArray& J, const Kt::ReArray* W
     for (std::size_t k = 0; k < m; ++k) projection += basis[k] * F[m_basisOrder[k]];
     m_jointRates[m + j] = m_nullSpaceRates[m + j] = -alpha * projection;
   }
-  substitute<2>({m_jointRates.data(), m_nullSpaceRates.data()});
+  const std::array<KtReal*, 2> solutions{m_jointRates.data(), m_nullSpaceRates.data()};
+  withColumnCount(n, [&](auto columns) { substitute(solutions, columns); });
   return true;
 }
 
@@ -103,7 +125,8 @@ bool KtCoreVelocityControlTool::calc(const std::vector<KtReal>& rhs, std::vector
     return false;
   }
   rates = rhs;
-  substitute<1>({rates.data()});
+  const std::array<KtReal*, 1> solution{rates.data()};
+  withColumnCount(m_columnCount, [&](auto columns) { substitute(solution, columns); });
   return true;
 }
 
@@ -135,7 +158,7 @@ void KtCoreVelocityControlTool::reshape(std::size_t m, std::size_t n) {
   m_leadingZeros.resize(n);
   m_reciprocalPivots.resize(n);
   m_basis.resize(m * (n - m));
-  m_weightRows.resize(n);
+  m_weightedBasis.resize(n);
   m_storageRows = m;
   m_storageColumns = n;
 }
@@ -166,27 +189,32 @@ bool KtCoreVelocityControlTool::factor(const Kt::ReArray& J, const Kt::ReArray* 
   m_jointRates.resize(n);
   m_nullSpaceRates.resize(n);
 
-  copyJacobian(J, sparsity);
-  for (std::size_t k = 0; k < m; ++k) {
-    if (!factorRow(k, m)) {
-      ktPrint(KtSeverity::Error, "KtCoreVelocityControlTool::prep(): J is rank deficient at row %d\n",
-              static_cast<int>(k));
-      return false;
-    }
+  return withColumnCount(n, [&](auto columns) { return factorWith(J, W, sparsity, columns); });
+}
+
+template <typename Columns>
+bool KtCoreVelocityControlTool::factorWith(const Kt::ReArray& J, const Kt::ReArray* W,
+                                           const Kt::ReArray* sparsity, Columns columns) {
+  const std::size_t m = m_rowCount;
+  const std::size_t n = columns;
+  copyJacobian(J, sparsity, columns);
+  const std::size_t dependentJacobianRow = factorRows(0, m, m, columns);
+  if (dependentJacobianRow < m) {
+    ktPrint(KtSeverity::Error, "KtCoreVelocityControlTool::prep(): J is rank deficient at row %d\n",
+            static_cast<int>(dependentJacobianRow));
+    return false;
   }
   formBasis();
   // Rows 0..m−1 of the core matrix are J and are factored already; only the rows of Nᵀ·W
   // remain.
-  formNullSpaceRows(W);
-  for (std::size_t k = m; k < n; ++k) {
-    if (!factorRow(k, n)) {
-      ktPrint(
-          KtSeverity::Error,
-          "KtCoreVelocityControlTool::prep(): the core matrix is singular at row %d (W is not definite on "
-          "the null space of J)\n",
-          static_cast<int>(k));
-      return false;
-    }
+  formNullSpaceRows(W, columns);
+  const std::size_t dependentCoreRow = factorRows(m, n, n, columns);
+  if (dependentCoreRow < n) {
+    ktPrint(KtSeverity::Error,
+            "KtCoreVelocityControlTool::prep(): the core matrix is singular at row %d (W is not definite on "
+            "the null space of J)\n",
+            static_cast<int>(dependentCoreRow));
+    return false;
   }
   m_factored = true;
   return true;
@@ -194,10 +222,13 @@ bool KtCoreVelocityControlTool::factor(const Kt::ReArray& J, const Kt::ReArray* 
 
 // J's rows enter in their own column order; each row's leading structural zeros come from
 // the sparsity pattern, and the rows of Nᵀ·W are taken as dense.
-void KtCoreVelocityControlTool::copyJacobian(const Kt::ReArray& J, const Kt::ReArray* sparsity) {
+template <typename Columns>
+void KtCoreVelocityControlTool::copyJacobian(const Kt::ReArray& J, const Kt::ReArray* sparsity,
+                                             Columns columns) {
   const std::size_t m = m_rowCount;
+  const std::size_t n = columns;
   for (std::size_t r = 0; r < m; ++r) {
-    std::copy_n(J[r].begin(), m_columnCount, row(r));
+    std::copy_n(J[r].data(), n, m_factors.data() + r * n);
     std::size_t zeros = 0;
     if (sparsity) {
       const std::vector<KtReal>& pattern = (*sparsity)[r];
@@ -207,6 +238,7 @@ void KtCoreVelocityControlTool::copyJacobian(const Kt::ReArray& J, const Kt::ReA
     }
     m_leadingZeros[r] = zeros;
   }
+  m_sparse = sparsity != nullptr;
   std::fill(m_leadingZeros.begin() + static_cast<std::ptrdiff_t>(m), m_leadingZeros.end(), 0);
   std::iota(m_basisOrder.begin(), m_basisOrder.end(), std::size_t{0});
 }
@@ -214,37 +246,48 @@ void KtCoreVelocityControlTool::copyJacobian(const Kt::ReArray& J, const Kt::ReA
 // Row k becomes row k of L and U: each earlier row i removes its column from it, in order,
 // with the multiplier kept in place. The pivot is the first of the largest entries from
 // column k on; multipliers in the row's structurally zero leading part are zero and skipped.
-bool KtCoreVelocityControlTool::factorRow(std::size_t k, std::size_t rowsPresent) {
-  const std::size_t n = m_columnCount;
-  KtReal* entries = row(k);
-  const KtReal scale = largestMagnitude(entries, n);
-  for (std::size_t i = m_leadingZeros[k]; i < k; ++i) {
-    const KtReal multiplier = entries[i] * m_reciprocalPivots[i];
-    entries[i] = multiplier;
-    const KtReal* pivotRow = row(i);
-    for (std::size_t j = i + 1; j < n; ++j) entries[j] -= pivotRow[j] * multiplier;
+template <typename Columns>
+std::size_t KtCoreVelocityControlTool::factorRows(std::size_t first, std::size_t last,
+                                                  std::size_t rowsPresent, Columns columns) {
+  const std::size_t n = columns;
+  KtReal* factors = m_factors.data();
+  for (std::size_t k = first; k < last; ++k) {
+    KtReal* entries = factors + k * n;
+    const KtReal scale = largestMagnitude(entries, n);
+    for (std::size_t i = m_leadingZeros[k]; i < k; ++i) {
+      const KtReal multiplier = entries[i] * m_reciprocalPivots[i];
+      entries[i] = multiplier;
+      subtractMultiple(entries + i + 1, factors + i * n + i + 1, multiplier, n - i - 1);
+    }
+    std::size_t pivot = k;
+    KtReal largest = std::fabs(entries[k]);
+    for (std::size_t j = k + 1; j < n; ++j) {
+      const KtReal magnitude = std::fabs(entries[j]);
+      if (magnitude > largest) {
+        largest = magnitude;
+        pivot = j;
+      }
+    }
+    m_pivots[k] = pivot;
+    if (pivot != k) exchangeColumns(k, pivot, rowsPresent, columns);
+    if (entries[k] == 0.0) entries[k] = kZeroPivotReplacement;
+    m_reciprocalPivots[k] = 1.0 / entries[k];
+    if (!(scale > 0.0 && std::fabs(entries[k]) > kNegligiblePivot * scale)) return k;
   }
-  std::size_t pivot = k;
-  for (std::size_t j = k + 1; j < n; ++j) {
-    if (std::fabs(entries[j]) > std::fabs(entries[pivot])) pivot = j;
-  }
-  m_pivots[k] = pivot;
-  if (pivot != k) exchangeColumns(k, pivot, rowsPresent);
-  if (entries[k] == 0.0) entries[k] = kZeroPivotReplacement;
-  m_reciprocalPivots[k] = 1.0 / entries[k];
-  return scale > 0.0 && std::fabs(entries[k]) > kNegligiblePivot * scale;
+  return last;
 }
 
 // An exchange that moves a possibly non-zero column into a later row's zero leading part
 // shortens that part.
-void KtCoreVelocityControlTool::exchangeColumns(std::size_t k, std::size_t pivot, std::size_t rowsPresent) {
-  for (std::size_t r = 0; r < rowsPresent; ++r) {
-    KtReal* entries = row(r);
+template <typename Columns>
+void KtCoreVelocityControlTool::exchangeColumns(std::size_t k, std::size_t pivot, std::size_t rowsPresent,
+                                                Columns columns) {
+  const std::size_t n = columns;
+  for (KtReal* entries = m_factors.data(); entries < m_factors.data() + rowsPresent * n; entries += n)
     std::swap(entries[k], entries[pivot]);
-  }
   // Exchanges among the rows of Nᵀ·W come after the basis is written and leave its order.
   if (k < m_rowCount) std::swap(m_basisOrder[k], m_basisOrder[pivot]);
-  for (std::size_t r = k + 1; r < rowsPresent; ++r) {
+  for (std::size_t r = k + 1; r < rowsPresent && m_sparse; ++r) {
     std::size_t& zeros = m_leadingZeros[r];
     if (k < zeros && pivot >= zeros) zeros = k;
   }
@@ -266,42 +309,41 @@ void KtCoreVelocityControlTool::formBasis() {
 }
 
 // Row m + j of the core matrix is N_jᵀ·W, written in the exchanged column order. With W the
-// identity that is the basis vector itself.
-void KtCoreVelocityControlTool::formNullSpaceRows(const Kt::ReArray* W) {
+// identity that is the basis vector itself; otherwise the rows of W that the basis vector
+// picks are summed in W's own order and the sum is then put in the exchanged order.
+template <typename Columns>
+void KtCoreVelocityControlTool::formNullSpaceRows(const Kt::ReArray* W, Columns columns) {
   const std::size_t m = m_rowCount;
-  const std::size_t n = m_columnCount;
-  if (W == nullptr) {
-    for (std::size_t j = 0; j < m_nullity; ++j) {
-      KtReal* entries = row(m + j);
-      std::copy_n(m_basis.data() + j * m, m, entries);
+  const std::size_t n = columns;
+  for (std::size_t j = 0; j < m_nullity; ++j) {
+    KtReal* entries = m_factors.data() + (m + j) * n;
+    const KtReal* basis = m_basis.data() + j * m;
+    if (W == nullptr) {
+      std::copy_n(basis, m, entries);
       std::fill(entries + m, entries + n, 0.0);
       entries[m + j] = 1.0;
+      continue;
     }
-    return;
-  }
-  for (std::size_t c = 0; c < n; ++c) m_weightRows[c] = (*W)[c].data();
-  for (std::size_t j = 0; j < m_nullity; ++j) {
-    KtReal* entries = row(m + j);
-    const KtReal* unitRow = m_weightRows[m_basisOrder[m + j]];
-    for (std::size_t c = 0; c < n; ++c) entries[c] = unitRow[m_basisOrder[c]];
-    const KtReal* basis = m_basis.data() + j * m;
+    KtReal* sum = m_weightedBasis.data();
+    std::copy_n((*W)[m_basisOrder[m + j]].data(), n, sum);
     for (std::size_t k = 0; k < m; ++k) {
       const KtReal weight = basis[k];
       if (weight == 0.0) continue;
-      const KtReal* weightRow = m_weightRows[m_basisOrder[k]];
-      for (std::size_t c = 0; c < n; ++c) entries[c] += weight * weightRow[m_basisOrder[c]];
+      const KtReal* weightRow = (*W)[m_basisOrder[k]].data();
+      for (std::size_t c = 0; c < n; ++c) sum[c] += weight * weightRow[c];
     }
+    for (std::size_t c = 0; c < n; ++c) entries[c] = sum[m_basisOrder[c]];
   }
 }
 
 // A·P = L·U: forward through the unit lower factor, back through the upper one, then the
 // exchanges undone, last one first. Right-hand sides run side by side through the factors.
-template <std::size_t Count>
-void KtCoreVelocityControlTool::substitute(const std::array<KtReal*, Count>& x) const {
-  const std::size_t n = m_columnCount;
+template <std::size_t Count, typename Columns>
+void KtCoreVelocityControlTool::substitute(const std::array<KtReal*, Count>& x, Columns columns) const {
+  const std::size_t n = columns;
   std::array<KtReal, Count> sums;
   for (std::size_t r = 0; r < n; ++r) {
-    const KtReal* entries = row(r);
+    const KtReal* entries = m_factors.data() + r * n;
     for (std::size_t c = 0; c < Count; ++c) sums[c] = x[c][r];
     for (std::size_t i = 0; i < r; ++i) {
       for (std::size_t c = 0; c < Count; ++c) sums[c] -= entries[i] * x[c][i];
@@ -309,7 +351,7 @@ void KtCoreVelocityControlTool::substitute(const std::array<KtReal*, Count>& x) 
     for (std::size_t c = 0; c < Count; ++c) x[c][r] = sums[c];
   }
   for (std::size_t r = n; r-- > 0;) {
-    const KtReal* entries = row(r);
+    const KtReal* entries = m_factors.data() + r * n;
     for (std::size_t c = 0; c < Count; ++c) sums[c] = x[c][r];
     for (std::size_t t = r + 1; t < n; ++t) {
       for (std::size_t c = 0; c < Count; ++c) sums[c] -= entries[t] * x[c][t];

@@ -63,18 +63,26 @@ class KtCoreVelocityControlTool {
   // Both rate vectors become n zeros.
   void clearRates();
   void reshape(std::size_t m, std::size_t n);
-  void copyJacobian(const Kt::ReArray& J, const Kt::ReArray* sparsity);
-  // Eliminates row k against the factored rows above it, picks its pivot column and exchanges
-  // it into place in the first rowsPresent rows; false if the row depends on those above it.
-  bool factorRow(std::size_t k, std::size_t rowsPresent);
-  void exchangeColumns(std::size_t k, std::size_t pivot, std::size_t rowsPresent);
+  // The rest of factor, with the column count n as a run-time value or as a compile-time
+  // constant (so do the kernels below).
+  template <typename Columns>
+  bool factorWith(const Kt::ReArray& J, const Kt::ReArray* W, const Kt::ReArray* sparsity, Columns n);
+  template <typename Columns>
+  void copyJacobian(const Kt::ReArray& J, const Kt::ReArray* sparsity, Columns n);
+  // Factors rows [first, last), each against the factored rows above it, exchanging pivot
+  // columns in the first rowsPresent rows; returns the first row that depends on those above
+  // it, or last.
+  template <typename Columns>
+  std::size_t factorRows(std::size_t first, std::size_t last, std::size_t rowsPresent, Columns n);
+  template <typename Columns>
+  void exchangeColumns(std::size_t k, std::size_t pivot, std::size_t rowsPresent, Columns n);
   void formBasis();
-  void formNullSpaceRows(const Kt::ReArray* W);
+  template <typename Columns>
+  void formNullSpaceRows(const Kt::ReArray* W, Columns n);
   // Solves in place, for each of the given right-hand sides, with the factors.
-  template <std::size_t Count>
-  void substitute(const std::array<KtReal*, Count>& x) const;
+  template <std::size_t Count, typename Columns>
+  void substitute(const std::array<KtReal*, Count>& x, Columns n) const;
 
-  KtReal* row(std::size_t r) { return m_factors.data() + r * m_columnCount; }
   const KtReal* row(std::size_t r) const { return m_factors.data() + r * m_columnCount; }
 
   // The factors, row-major with n entries a row: L below the diagonal (unit diagonal
@@ -92,8 +100,8 @@ class KtCoreVelocityControlTool {
   // entries, stored at j·m) solving U11·b_j = −U12·e_j for the leading m x m block U11 of J's
   // factors.
   std::vector<KtReal> m_basis;
-  // Row pointers of the last W, in original order.
-  std::vector<const KtReal*> m_weightRows;
+  // One row of Nᵀ·W in W's column order, while it is formed.
+  std::vector<KtReal> m_weightedBasis;
   std::vector<KtReal> m_jointRates;
   std::vector<KtReal> m_nullSpaceRates;
   mutable Kt::ReArray m_basisInOriginalOrder;
@@ -103,6 +111,8 @@ class KtCoreVelocityControlTool {
   // The shape the working storage was last made for.
   std::size_t m_storageRows = 0;
   std::size_t m_storageColumns = 0;
+  // Whether J's rows have known leading zeros.
+  bool m_sparse = false;
   // Whether m_factors holds the factors of the last successful prep.
   bool m_factored = false;
 };
