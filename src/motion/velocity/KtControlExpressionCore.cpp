@@ -68,23 +68,22 @@ bool KtControlExpressionCore::prepare(const KtControlContext& context) {
 }
 
 bool KtControlExpressionCore::evaluateCost(const KtControlContext& context) {
-  const std::size_t n = context.columnCount;
+  m_costWeighting = nullptr;
   if (m_matrix.hasExpression()) {
     if (!m_matrix.evaluate(context)) return false;
-    m_weighting.copyEntriesOf(m_matrix.value().matrix());
-  } else {
-    m_weighting.setToIdentity(n, n);
+    m_costWeighting = &m_matrix.value().matrix();
   }
   KtReal alpha = 0.0;
   if (m_scalar.hasExpression()) {
     if (!m_scalar.evaluate(context)) return false;
     alpha = m_scalar.value().scalar();
   }
-  std::fill(m_gradient.begin(), m_gradient.end(), 0.0);
   if (m_vector.hasExpression()) {
     if (!m_vector.evaluate(context)) return false;
     const std::vector<KtReal>& column = m_vector.value().column();
-    for (std::size_t i = 0; i < n; ++i) m_gradient[i] = alpha * column[i];
+    std::transform(column.begin(), column.end(), m_gradient.begin(), [alpha](KtReal f) { return alpha * f; });
+  } else {
+    std::fill(m_gradient.begin(), m_gradient.end(), 0.0);
   }
   return true;
 }
@@ -134,14 +133,24 @@ bool KtControlExpressionCore::evaluate(const KtControlContext& context) {
   if (!evaluateCost(context)) return false;
   const Kt::ReArray* jacobian = context.jacobian;
   const std::vector<KtReal>* velocities = context.endEffectorVelocities;
+  const Kt::ReArray* weighting = m_costWeighting;
   if (separateSoftRows(context)) {
+    // The soft rows add to W: an identity or an operand's matrix is copied into the working W.
+    if (weighting == nullptr) {
+      m_weighting.setToIdentity(context.columnCount, context.columnCount);
+    } else if (weighting != &m_weighting) {
+      m_weighting.copyEntriesOf(*weighting);
+    }
     if (!handler().integrateSoftConstraints(context, m_weighting, m_gradient)) return false;
+    weighting = &m_weighting;
     jacobian = &m_hardJacobian;
     velocities = &m_hardVelocities;
   }
   // The gradient already carries α (and the soft rows' terms), so the solver's scale is 1.
-  const bool solved =
-      m_tool.calcJointRates(*jacobian, m_weighting, m_gradient, 1.0, *velocities, context.columnCount);
+  const std::size_t n = context.columnCount;
+  const bool solved = weighting
+                          ? m_tool.calcJointRates(*jacobian, *weighting, m_gradient, 1.0, *velocities, n)
+                          : m_tool.calcJointRates(*jacobian, m_gradient, 1.0, *velocities, n);
   // A velocity or gradient that is not finite passes through the solve: such rates must not
   // reach a filter's memory or the integration, so the core reports them and commands no motion.
   const std::vector<KtReal>& rates = m_tool.jointRates();

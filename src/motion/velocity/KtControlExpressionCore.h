@@ -44,7 +44,8 @@ class KtControlExpressionCore : public KtXmlCloneable<KtControlExpressionCore, K
   virtual const char* className() const { return "KtControlExpressionCore"; }
   // Prepares the matrix, vector and scalar containers and checks their shapes.
   virtual bool prepareCostOperands(const KtControlContext& context);
-  // Evaluates them (or takes their defaults) into the working weighting W and gradient term α·F.
+  // Evaluates them (or takes their defaults) into the weighting W of this step (see
+  // m_costWeighting) and the gradient term α·F.
   virtual bool evaluateCost(const KtControlContext& context);
   // Prepares an operand that may be left out, and checks that it gives a value of that kind and size.
   bool prepareOperand(KtControlExpressionContainer& operand, const KtControlContext& context,
@@ -54,7 +55,11 @@ class KtControlExpressionCore : public KtXmlCloneable<KtControlExpressionCore, K
   KtControlExpressionContainer m_matrix;
   KtControlExpressionContainer m_vector;
   KtControlExpressionContainer m_scalar;
+  // Working W, for a cost that sums terms or takes the soft rows in.
   Kt::ReArray m_weighting;
+  // The W of this step, owned by an operand or m_weighting; nullptr stands for the identity,
+  // which is then never built.
+  const Kt::ReArray* m_costWeighting = nullptr;
   std::vector<KtReal> m_gradient;
 
  private:

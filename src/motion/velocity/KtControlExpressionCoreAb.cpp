@@ -31,11 +31,10 @@ bool KtControlExpressionCoreAb::addPair(KtControlExpressionContainer& operand,
 bool KtControlExpressionCoreAb::evaluateCost(const KtControlContext& context) {
   const std::size_t n = context.columnCount;
   std::fill(m_gradient.begin(), m_gradient.end(), 0.0);
-  if (!m_matrix.hasExpression() && !m_vector.hasExpression()) {
-    m_weighting.setToIdentity(n, n);
-    return true;
-  }
+  m_costWeighting = nullptr;
+  if (!m_matrix.hasExpression() && !m_vector.hasExpression()) return true;
   m_weighting.setToZeros(n, n);
+  m_costWeighting = &m_weighting;
   if (!addPair(m_matrix, context) || !addPair(m_vector, context)) return false;
   KtReal alpha = 1.0;
   if (m_scalar.hasExpression()) {

@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <numeric>
+#include <type_traits>
+#include <utility>
 
 #include "foundation/Print.h"
 #include "math/ReArrayShape.h"
@@ -14,22 +17,34 @@ namespace {
 // merely near a singularity has small pivots far above this mark, and its large rates are for
 // the caller to limit.
 constexpr KtReal kNegligiblePivot = 1e-12;
+// An exactly zero pivot is replaced so that factoring can go on; the dependency test then
+// reports its row.
+constexpr KtReal kZeroPivotReplacement = 1e-300;
 
-KtReal largestMagnitude(const std::vector<KtReal>& row) {
-  KtReal largest = 0.0;
-  for (KtReal entry : row) largest = std::max(largest, std::fabs(entry));
-  return largest;
+// target[j] −= factor·source[j] for j < count; the two never overlap.
+void subtractMultiple(KtReal* __restrict target, const KtReal* __restrict source, KtReal factor,
+                      std::size_t count) {
+  for (std::size_t j = 0; j < count; ++j) target[j] -= source[j] * factor;
 }
 
-// The first of rows [first, last) of the factors whose pivot is negligible against the row's
-// scale (or not a number), or last when there is none.
-std::size_t firstDependentRow(const Kt::ReArray& factors, const std::vector<KtReal>& scales,
-                              std::size_t first, std::size_t last) {
-  for (std::size_t k = first; k < last; ++k) {
-    const bool independent = scales[k] > 0.0 && std::fabs(factors[k][k]) > kNegligiblePivot * scales[k];
-    if (!independent) return k;
+// Calls kernel with the column count n, as a constant known when compiled for the joint counts
+// of common arms (so that the short loops over a row unroll), else as a run-time value.
+template <typename Kernel>
+decltype(auto) withColumnCount(std::size_t n, Kernel&& kernel) {
+  switch (n) {
+    case 6:
+      return kernel(std::integral_constant<std::size_t, 6>{});
+    case 7:
+      return kernel(std::integral_constant<std::size_t, 7>{});
+    default:
+      return kernel(n);
   }
-  return last;
+}
+
+KtReal largestMagnitude(const KtReal* entries, std::size_t count) {
+  KtReal largest = 0.0;
+  for (std::size_t i = 0; i < count; ++i) largest = std::max(largest, std::fabs(entries[i]));
+  return largest;
 }
 
 }  // namespace
@@ -38,6 +53,19 @@ bool KtCoreVelocityControlTool::calcJointRates(const Kt::ReArray& J, const Kt::R
                                                const std::vector<KtReal>& F, KtReal alpha,
                                                const std::vector<KtReal>& V, std::size_t n,
                                                const Kt::ReArray* sparsity) {
+  return solve(J, &W, F, alpha, V, n, sparsity);
+}
+
+bool KtCoreVelocityControlTool::calcJointRates(const Kt::ReArray& J, const std::vector<KtReal>& F,
+                                               KtReal alpha, const std::vector<KtReal>& V, std::size_t n,
+                                               const Kt::ReArray* sparsity) {
+  return solve(J, nullptr, F, alpha, V, n, sparsity);
+}
+
+bool KtCoreVelocityControlTool::solve(const Kt::ReArray& J, const Kt::ReArray* W,
+                                      const std::vector<KtReal>& F, KtReal alpha,
+                                      const std::vector<KtReal>& V, std::size_t n,
+                                      const Kt::ReArray* sparsity) {
   const std::size_t m = J.rows();
   m_rowCount = m;
   m_columnCount = n;
@@ -56,46 +84,95 @@ bool KtCoreVelocityControlTool::calcJointRates(const Kt::ReArray& J, const Kt::R
     clearRates();
     return false;
   }
-  if (W.rows() != n || V.size() != m) {
+  const std::size_t weightRows = W ? W->rows() : n;
+  if (weightRows != n || V.size() != m) {
     ktPrint(KtSeverity::Error,
             "KtCoreVelocityControlTool::calcJointRates(): bad dimensions on input: W is %dx%d and V has %d "
             "entries for m=%d, n=%d\n",
-            static_cast<int>(W.rows()), static_cast<int>(W.columns()), static_cast<int>(V.size()),
+            static_cast<int>(weightRows), static_cast<int>(W ? W->columns() : n), static_cast<int>(V.size()),
             static_cast<int>(m), static_cast<int>(n));
     clearRates();
     return false;
   }
-  if (!prep(J, W, sparsity)) {
+  if (!factor(J, W, n, sparsity)) {
     clearRates();
     return false;
   }
 
-  // Right-hand side: the commanded velocities, then the gradient projected on the null space.
-  m_rhs.resize(n);
-  std::copy(V.begin(), V.end(), m_rhs.begin());
-  std::fill(m_rhs.begin() + static_cast<std::ptrdiff_t>(m), m_rhs.end(), 0.0);
-  for (std::size_t j = 0; j < n; ++j) {
-    const std::vector<KtReal>& basisRow = m_nullSpace[j];
-    for (std::size_t k = 0; k < m_nullity; ++k) m_rhs[m + k] -= basisRow[k] * F[j];
+  // Right-hand sides: the commanded velocities (or none), then the gradient projected on the
+  // null space, −alpha·Nᵀ·F, with the basis in the exchanged column order.
+  std::copy(V.begin(), V.end(), m_jointRates.begin());
+  std::fill_n(m_nullSpaceRates.begin(), m, 0.0);
+  for (std::size_t j = 0; j < m_nullity; ++j) {
+    const KtReal* basis = m_basis.data() + j * m;
+    KtReal projection = F[m_basisOrder[m + j]];
+    for (std::size_t k = 0; k < m; ++k) projection += basis[k] * F[m_basisOrder[k]];
+    m_jointRates[m + j] = m_nullSpaceRates[m + j] = -alpha * projection;
   }
-  for (std::size_t k = m; k < n; ++k) m_rhs[k] *= alpha;
-
-  if (!calc(m_rhs, m_jointRates)) return false;
-  // Without the commanded motion, what is left is the secondary goals' own contribution.
-  std::fill_n(m_rhs.begin(), m, 0.0);
-  return calc(m_rhs, m_nullSpaceRates);
+  const std::array<KtReal*, 2> solutions{m_jointRates.data(), m_nullSpaceRates.data()};
+  withColumnCount(n, [&](auto columns) { substitute(solutions, columns); });
+  return true;
 }
 
 bool KtCoreVelocityControlTool::prep(const Kt::ReArray& J, const Kt::ReArray& W,
                                      const Kt::ReArray* sparsity) {
+  return factor(J, &W, W.rows(), sparsity);
+}
+
+bool KtCoreVelocityControlTool::calc(const std::vector<KtReal>& rhs, std::vector<KtReal>& rates) const {
+  if (!m_factored || rhs.size() != m_columnCount) {
+    ktPrint(KtSeverity::Error, "KtCoreVelocityControlTool::calc(): bad dimensions on input...\n");
+    return false;
+  }
+  rates = rhs;
+  const std::array<KtReal*, 1> solution{rates.data()};
+  withColumnCount(m_columnCount, [&](auto columns) { substitute(solution, columns); });
+  return true;
+}
+
+const Kt::ReArray& KtCoreVelocityControlTool::nullSpaceBasis() const {
+  if (!m_factored) {
+    m_basisInOriginalOrder.setToZeros(0, 0);
+    return m_basisInOriginalOrder;
+  }
+  const std::size_t m = m_rowCount;
+  Kt::ensureShape(m_basisInOriginalOrder, m_columnCount, m_nullity);
+  for (std::size_t k = 0; k < m_columnCount; ++k) {
+    std::vector<KtReal>& basisRow = m_basisInOriginalOrder[m_basisOrder[k]];
+    for (std::size_t j = 0; j < m_nullity; ++j)
+      basisRow[j] = k < m ? m_basis[j * m + k] : (k == m + j ? 1.0 : 0.0);
+  }
+  return m_basisInOriginalOrder;
+}
+
+void KtCoreVelocityControlTool::clearRates() {
+  m_jointRates.assign(m_columnCount, 0.0);
+  m_nullSpaceRates.assign(m_columnCount, 0.0);
+}
+
+void KtCoreVelocityControlTool::reshape(std::size_t m, std::size_t n) {
+  if (m == m_storageRows && n == m_storageColumns) return;
+  m_factors.resize(n * n);
+  m_pivots.resize(n);
+  m_basisOrder.resize(n);
+  m_leadingZeros.resize(n);
+  m_reciprocalPivots.resize(n);
+  m_basis.resize(m * (n - m));
+  m_weightedBasis.resize(n);
+  m_storageRows = m;
+  m_storageColumns = n;
+}
+
+bool KtCoreVelocityControlTool::factor(const Kt::ReArray& J, const Kt::ReArray* W, std::size_t n,
+                                       const Kt::ReArray* sparsity) {
   m_factored = false;
   const std::size_t m = J.rows();
-  const std::size_t n = W.rows();
-  if (W.columns() != n || m > n || (m > 0 && J.columns() != n)) {
+  const std::size_t weightColumns = W ? W->columns() : n;
+  if (weightColumns != n || m > n || (m > 0 && J.columns() != n)) {
     ktPrint(KtSeverity::Error,
             "KtCoreVelocityControlTool::prep(): bad dimensions on input: J is %dx%d, W is %dx%d\n",
             static_cast<int>(m), static_cast<int>(J.columns()), static_cast<int>(n),
-            static_cast<int>(W.columns()));
+            static_cast<int>(weightColumns));
     return false;
   }
   if (sparsity && (sparsity->rows() != m || sparsity->columns() != J.columns())) {
@@ -108,114 +185,180 @@ bool KtCoreVelocityControlTool::prep(const Kt::ReArray& J, const Kt::ReArray& W,
   m_rowCount = m;
   m_columnCount = n;
   m_nullity = n - m;
-  m_rowScales.resize(n);
-  if (!factorJacobian(J, sparsity)) return false;
-  for (std::size_t k = 0; k < m_nullity; ++k) {
-    bool zero = true;
-    for (std::size_t j = 0; j < n && zero; ++j) zero = m_nullSpace[j][k] == 0.0;
-    if (zero) {
-      ktPrint(KtSeverity::Error, "KtCoreVelocityControlTool::prep(): M.nj has zero column\n");
-      return false;
-    }
-  }
-  formCore(J, W);
-  m_factored = factorCore(sparsity != nullptr);
-  return m_factored;
+  reshape(m, n);
+  m_jointRates.resize(n);
+  m_nullSpaceRates.resize(n);
+
+  return withColumnCount(n, [&](auto columns) { return factorWith(J, W, sparsity, columns); });
 }
 
-bool KtCoreVelocityControlTool::calc(const std::vector<KtReal>& rhs, std::vector<KtReal>& rates) const {
-  if (!m_factored || rhs.size() != m_columnCount) {
-    ktPrint(KtSeverity::Error, "KtCoreVelocityControlTool::calc(): bad dimensions on input...\n");
-    return false;
-  }
-  KtReal determinant = 0.0;
-  return m_core.forwardAndBackSub(m_corePivots, rhs, rates, determinant);
-}
-
-void KtCoreVelocityControlTool::clearRates() {
-  m_jointRates.assign(m_columnCount, 0.0);
-  m_nullSpaceRates.assign(m_columnCount, 0.0);
-}
-
-// The basis comes from the pivoted factorisation of J; the factors are then checked for rows
-// that depend on the rows above them.
-bool KtCoreVelocityControlTool::factorJacobian(const Kt::ReArray& J, const Kt::ReArray* sparsity) {
+template <typename Columns>
+bool KtCoreVelocityControlTool::factorWith(const Kt::ReArray& J, const Kt::ReArray* W,
+                                           const Kt::ReArray* sparsity, Columns columns) {
   const std::size_t m = m_rowCount;
-  const std::size_t n = m_columnCount;
-  if (m == 0) {
-    // No constraint: every direction is free, and the core matrix is W itself.
-    Kt::ensureShape(m_nullSpace, n, n);
-    for (std::size_t r = 0; r < n; ++r) {
-      for (std::size_t c = 0; c < n; ++c) m_nullSpace[r][c] = r == c ? 1.0 : 0.0;
-    }
-    return true;
-  }
-  m_factoredJacobian.copyEntriesOf(J);
-  for (std::size_t r = 0; r < m; ++r) m_rowScales[r] = largestMagnitude(J[r]);
-  bool factored = false;
-  if (sparsity) {
-    sparsity->calculateZeroStartIndices(m_zeroStart);
-    m_sparseIndices.resize(m);
-    factored =
-        m_factoredJacobian.nullSpaceSparse(m_nullSpace, 0, m_jacobianPivots, m_zeroStart, m_sparseIndices);
-  } else {
-    factored = m_factoredJacobian.nullSpace(m_nullSpace, 0, m_jacobianPivots);
-  }
-  if (!factored) return false;
-  const std::size_t dependent = firstDependentRow(m_factoredJacobian, m_rowScales, 0, m);
-  if (dependent < m) {
+  const std::size_t n = columns;
+  copyJacobian(J, sparsity, columns);
+  const std::size_t dependentJacobianRow = factorRows(0, m, m, columns);
+  if (dependentJacobianRow < m) {
     ktPrint(KtSeverity::Error, "KtCoreVelocityControlTool::prep(): J is rank deficient at row %d\n",
-            static_cast<int>(dependent));
+            static_cast<int>(dependentJacobianRow));
     return false;
   }
-  return true;
-}
-
-// Rows 0..m−1 of the core matrix are J, rows m..n−1 are Nᵀ·W. The basis holds many exact
-// zeros (each column is a negated unit vector outside the pivot columns), which are skipped.
-void KtCoreVelocityControlTool::formCore(const Kt::ReArray& J, const Kt::ReArray& W) {
-  const std::size_t m = m_rowCount;
-  const std::size_t n = m_columnCount;
-  Kt::ensureShape(m_core, n, n);
-  for (std::size_t r = 0; r < m; ++r) std::copy(J[r].begin(), J[r].end(), m_core[r].begin());
-  for (std::size_t k = 0; k < m_nullity; ++k) {
-    std::vector<KtReal>& coreRow = m_core[m + k];
-    std::fill(coreRow.begin(), coreRow.end(), 0.0);
-    for (std::size_t j = 0; j < n; ++j) {
-      const KtReal basisEntry = m_nullSpace[j][k];
-      if (basisEntry == 0.0) continue;
-      const std::vector<KtReal>& weightRow = W[j];
-      for (std::size_t c = 0; c < n; ++c) coreRow[c] += basisEntry * weightRow[c];
-    }
-    m_rowScales[m + k] = largestMagnitude(coreRow);
-  }
-}
-
-// Rows 0..m−1 factor exactly as J did (row k of the factors depends only on rows 0..k), so
-// only the null-space rows are checked here.
-bool KtCoreVelocityControlTool::factorCore(bool sparse) {
-  const std::size_t m = m_rowCount;
-  const std::size_t n = m_columnCount;
-  bool factored = false;
-  if (sparse) {
-    // J's rows keep their leading zeros; the null-space rows are taken as dense.
-    m_coreZeroStart.resize(n);
-    std::copy(m_zeroStart.begin(), m_zeroStart.begin() + static_cast<std::ptrdiff_t>(m),
-              m_coreZeroStart.begin());
-    std::fill(m_coreZeroStart.begin() + static_cast<std::ptrdiff_t>(m), m_coreZeroStart.end(), 0);
-    m_coreSparseIndices.resize(n);
-    factored = m_core.LUDecompositionSparse(0, m_corePivots, m_coreZeroStart, m_coreSparseIndices);
-  } else {
-    factored = m_core.LUDecomposition(0, m_corePivots);
-  }
-  if (!factored) return false;
-  const std::size_t dependent = firstDependentRow(m_core, m_rowScales, m, n);
-  if (dependent < n) {
+  formBasis();
+  // Rows 0..m−1 of the core matrix are J and are factored already; only the rows of Nᵀ·W
+  // remain.
+  formNullSpaceRows(W, columns);
+  const std::size_t dependentCoreRow = factorRows(m, n, n, columns);
+  if (dependentCoreRow < n) {
     ktPrint(KtSeverity::Error,
             "KtCoreVelocityControlTool::prep(): the core matrix is singular at row %d (W is not definite on "
             "the null space of J)\n",
-            static_cast<int>(dependent));
+            static_cast<int>(dependentCoreRow));
     return false;
   }
+  m_factored = true;
   return true;
+}
+
+// J's rows enter in their own column order; each row's leading structural zeros come from
+// the sparsity pattern, and the rows of Nᵀ·W are taken as dense.
+template <typename Columns>
+void KtCoreVelocityControlTool::copyJacobian(const Kt::ReArray& J, const Kt::ReArray* sparsity,
+                                             Columns columns) {
+  const std::size_t m = m_rowCount;
+  const std::size_t n = columns;
+  for (std::size_t r = 0; r < m; ++r) {
+    std::copy_n(J[r].data(), n, m_factors.data() + r * n);
+    std::size_t zeros = 0;
+    if (sparsity) {
+      const std::vector<KtReal>& pattern = (*sparsity)[r];
+      zeros = static_cast<std::size_t>(
+          std::find_if(pattern.begin(), pattern.end(), [](KtReal entry) { return entry != 0.0; }) -
+          pattern.begin());
+    }
+    m_leadingZeros[r] = zeros;
+  }
+  m_sparse = sparsity != nullptr;
+  std::fill(m_leadingZeros.begin() + static_cast<std::ptrdiff_t>(m), m_leadingZeros.end(), 0);
+  std::iota(m_basisOrder.begin(), m_basisOrder.end(), std::size_t{0});
+}
+
+// Row k becomes row k of L and U: each earlier row i removes its column from it, in order,
+// with the multiplier kept in place. The pivot is the first of the largest entries from
+// column k on; multipliers in the row's structurally zero leading part are zero and skipped.
+template <typename Columns>
+std::size_t KtCoreVelocityControlTool::factorRows(std::size_t first, std::size_t last,
+                                                  std::size_t rowsPresent, Columns columns) {
+  const std::size_t n = columns;
+  KtReal* factors = m_factors.data();
+  for (std::size_t k = first; k < last; ++k) {
+    KtReal* entries = factors + k * n;
+    const KtReal scale = largestMagnitude(entries, n);
+    for (std::size_t i = m_leadingZeros[k]; i < k; ++i) {
+      const KtReal multiplier = entries[i] * m_reciprocalPivots[i];
+      entries[i] = multiplier;
+      subtractMultiple(entries + i + 1, factors + i * n + i + 1, multiplier, n - i - 1);
+    }
+    std::size_t pivot = k;
+    KtReal largest = std::fabs(entries[k]);
+    for (std::size_t j = k + 1; j < n; ++j) {
+      const KtReal magnitude = std::fabs(entries[j]);
+      if (magnitude > largest) {
+        largest = magnitude;
+        pivot = j;
+      }
+    }
+    m_pivots[k] = pivot;
+    if (pivot != k) exchangeColumns(k, pivot, rowsPresent, columns);
+    if (entries[k] == 0.0) entries[k] = kZeroPivotReplacement;
+    m_reciprocalPivots[k] = 1.0 / entries[k];
+    if (!(scale > 0.0 && std::fabs(entries[k]) > kNegligiblePivot * scale)) return k;
+  }
+  return last;
+}
+
+// An exchange that moves a possibly non-zero column into a later row's zero leading part
+// shortens that part.
+template <typename Columns>
+void KtCoreVelocityControlTool::exchangeColumns(std::size_t k, std::size_t pivot, std::size_t rowsPresent,
+                                                Columns columns) {
+  const std::size_t n = columns;
+  for (KtReal* entries = m_factors.data(); entries < m_factors.data() + rowsPresent * n; entries += n)
+    std::swap(entries[k], entries[pivot]);
+  // Exchanges among the rows of Nᵀ·W come after the basis is written and leave its order.
+  if (k < m_rowCount) std::swap(m_basisOrder[k], m_basisOrder[pivot]);
+  for (std::size_t r = k + 1; r < rowsPresent && m_sparse; ++r) {
+    std::size_t& zeros = m_leadingZeros[r];
+    if (k < zeros && pivot >= zeros) zeros = k;
+  }
+}
+
+// With J's factors U = [U11 U12] (U11 the leading m x m block), (b_j, e_j) with
+// U11·b_j = −U12·e_j is annihilated by U, hence by J; back substitution gives b_j.
+void KtCoreVelocityControlTool::formBasis() {
+  const std::size_t m = m_rowCount;
+  for (std::size_t j = 0; j < m_nullity; ++j) {
+    KtReal* basis = m_basis.data() + j * m;
+    for (std::size_t i = m; i-- > 0;) {
+      const KtReal* entries = row(i);
+      KtReal sum = -entries[m + j];
+      for (std::size_t t = i + 1; t < m; ++t) sum -= entries[t] * basis[t];
+      basis[i] = sum * m_reciprocalPivots[i];
+    }
+  }
+}
+
+// Row m + j of the core matrix is N_jᵀ·W, written in the exchanged column order. With W the
+// identity that is the basis vector itself; otherwise the rows of W that the basis vector
+// picks are summed in W's own order and the sum is then put in the exchanged order.
+template <typename Columns>
+void KtCoreVelocityControlTool::formNullSpaceRows(const Kt::ReArray* W, Columns columns) {
+  const std::size_t m = m_rowCount;
+  const std::size_t n = columns;
+  for (std::size_t j = 0; j < m_nullity; ++j) {
+    KtReal* entries = m_factors.data() + (m + j) * n;
+    const KtReal* basis = m_basis.data() + j * m;
+    if (W == nullptr) {
+      std::copy_n(basis, m, entries);
+      std::fill(entries + m, entries + n, 0.0);
+      entries[m + j] = 1.0;
+      continue;
+    }
+    KtReal* sum = m_weightedBasis.data();
+    std::copy_n((*W)[m_basisOrder[m + j]].data(), n, sum);
+    for (std::size_t k = 0; k < m; ++k) {
+      const KtReal weight = basis[k];
+      if (weight == 0.0) continue;
+      const KtReal* weightRow = (*W)[m_basisOrder[k]].data();
+      for (std::size_t c = 0; c < n; ++c) sum[c] += weight * weightRow[c];
+    }
+    for (std::size_t c = 0; c < n; ++c) entries[c] = sum[m_basisOrder[c]];
+  }
+}
+
+// A·P = L·U: forward through the unit lower factor, back through the upper one, then the
+// exchanges undone, last one first. Right-hand sides run side by side through the factors.
+template <std::size_t Count, typename Columns>
+void KtCoreVelocityControlTool::substitute(const std::array<KtReal*, Count>& x, Columns columns) const {
+  const std::size_t n = columns;
+  std::array<KtReal, Count> sums;
+  for (std::size_t r = 0; r < n; ++r) {
+    const KtReal* entries = m_factors.data() + r * n;
+    for (std::size_t c = 0; c < Count; ++c) sums[c] = x[c][r];
+    for (std::size_t i = 0; i < r; ++i) {
+      for (std::size_t c = 0; c < Count; ++c) sums[c] -= entries[i] * x[c][i];
+    }
+    for (std::size_t c = 0; c < Count; ++c) x[c][r] = sums[c];
+  }
+  for (std::size_t r = n; r-- > 0;) {
+    const KtReal* entries = m_factors.data() + r * n;
+    for (std::size_t c = 0; c < Count; ++c) sums[c] = x[c][r];
+    for (std::size_t t = r + 1; t < n; ++t) {
+      for (std::size_t c = 0; c < Count; ++c) sums[c] -= entries[t] * x[c][t];
+    }
+    for (std::size_t c = 0; c < Count; ++c) x[c][r] = sums[c] * m_reciprocalPivots[r];
+  }
+  for (std::size_t k = n; k-- > 0;) {
+    for (KtReal* solution : x) std::swap(solution[k], solution[m_pivots[k]]);
+  }
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <vector>
 
@@ -12,16 +13,21 @@
 //   J·q' = V                  (the commanded motion, exactly), and
 //   Nᵀ·(W·q' + alpha·F) = 0   (optimality in the null space N of J),
 // so that among all rates achieving V they minimise ½·q'ᵀ·W·q' + alpha·Fᵀ·q'. Both blocks form
-// the n x n core matrix [J; Nᵀ·W], which is factored once and solved twice: for the full
-// rates, and with V set to zero for the rates that come from the secondary goals alone.
+// the n x n core matrix [J; Nᵀ·W], which is factored once and solved for two right-hand sides
+// in one pass: for the full rates, and with V set to zero for the rates that come from the
+// secondary goals alone.
+//
+// The factorisation is by rows with column exchanges (A·P = L·U), so row k of the factors
+// depends only on rows 0..k of A: J's m rows are factored once, N is read off their factors,
+// and the factorisation then continues with the n − m rows of Nᵀ·W alone.
 //
 // Rank deficiency: a pivot that is negligible against the largest entry of its row means the
 // row depends on the rows before it: J has dependent rows, or W is not definite on J's null
 // space. The rates then have no unique, finite value, so the solve fails with a message
 // instead of returning the huge or non-finite rates that division by a tiny pivot gives.
 //
-// All working storage is kept between calls and reshaped only when m or n change, so that a
-// steady control loop does not allocate.
+// All working storage is flat and kept between calls; it is reshaped only when m or n change,
+// so that a steady control loop does not allocate.
 class KtCoreVelocityControlTool {
  public:
   // Solves for the rates of n joint-space columns. sparsity (optional) has J's shape and is
@@ -29,9 +35,12 @@ class KtCoreVelocityControlTool {
   // On failure both rate vectors are n zeros, so a caller that goes on commands no motion.
   bool calcJointRates(const Kt::ReArray& J, const Kt::ReArray& W, const std::vector<KtReal>& F, KtReal alpha,
                       const std::vector<KtReal>& V, std::size_t n, const Kt::ReArray* sparsity = nullptr);
+  // The same with W the identity, which is then neither built nor read.
+  bool calcJointRates(const Kt::ReArray& J, const std::vector<KtReal>& F, KtReal alpha,
+                      const std::vector<KtReal>& V, std::size_t n, const Kt::ReArray* sparsity = nullptr);
 
-  // Copies J, finds the null-space basis N of J and factors the core matrix [J; Nᵀ·W]; n is
-  // W's size. J must be m x n with m <= n (m = 0 leaves every direction free).
+  // Finds the null-space basis N of J and factors the core matrix [J; Nᵀ·W]; n is W's size.
+  // J must be m x n with m <= n (m = 0 leaves every direction free).
   bool prep(const Kt::ReArray& J, const Kt::ReArray& W, const Kt::ReArray* sparsity = nullptr);
   // Solves the core matrix factored by the last successful prep for the right-hand side rhs.
   bool calc(const std::vector<KtReal>& rhs, std::vector<KtReal>& rates) const;
@@ -41,33 +50,69 @@ class KtCoreVelocityControlTool {
   std::size_t rowCount() const { return m_rowCount; }
   std::size_t columnCount() const { return m_columnCount; }
   std::size_t nullity() const { return m_nullity; }
-  // n x (n − m); its columns span the null space of J (neither normalised nor orthogonal).
-  const Kt::ReArray& nullSpaceBasis() const { return m_nullSpace; }
+  // n x (n − m) basis of the last successful prep (empty when there is none), built on
+  // request; its columns span the null space of J (neither normalised nor orthogonal).
+  const Kt::ReArray& nullSpaceBasis() const;
 
  private:
+  // W == nullptr stands for the identity.
+  bool solve(const Kt::ReArray& J, const Kt::ReArray* W, const std::vector<KtReal>& F, KtReal alpha,
+             const std::vector<KtReal>& V, std::size_t n, const Kt::ReArray* sparsity);
+  // Checks the shapes, then factors the core matrix of J and W (n x n).
+  bool factor(const Kt::ReArray& J, const Kt::ReArray* W, std::size_t n, const Kt::ReArray* sparsity);
   // Both rate vectors become n zeros.
   void clearRates();
-  bool factorJacobian(const Kt::ReArray& J, const Kt::ReArray* sparsity);
-  void formCore(const Kt::ReArray& J, const Kt::ReArray& W);
-  bool factorCore(bool sparse);
+  void reshape(std::size_t m, std::size_t n);
+  // The rest of factor, with the column count n as a run-time value or as a compile-time
+  // constant (so do the kernels below).
+  template <typename Columns>
+  bool factorWith(const Kt::ReArray& J, const Kt::ReArray* W, const Kt::ReArray* sparsity, Columns n);
+  template <typename Columns>
+  void copyJacobian(const Kt::ReArray& J, const Kt::ReArray* sparsity, Columns n);
+  // Factors rows [first, last), each against the factored rows above it, exchanging pivot
+  // columns in the first rowsPresent rows; returns the first row that depends on those above
+  // it, or last.
+  template <typename Columns>
+  std::size_t factorRows(std::size_t first, std::size_t last, std::size_t rowsPresent, Columns n);
+  template <typename Columns>
+  void exchangeColumns(std::size_t k, std::size_t pivot, std::size_t rowsPresent, Columns n);
+  void formBasis();
+  template <typename Columns>
+  void formNullSpaceRows(const Kt::ReArray* W, Columns n);
+  // Solves in place, for each of the given right-hand sides, with the factors.
+  template <std::size_t Count, typename Columns>
+  void substitute(const std::array<KtReal*, Count>& x, Columns n) const;
 
-  Kt::ReArray m_factoredJacobian;
-  Kt::ReArray m_nullSpace;
-  Kt::ReArray m_core;
-  Kt::ReArray::Pivots m_jacobianPivots;
-  Kt::ReArray::Pivots m_corePivots;
-  Kt::ReArray::Indices m_zeroStart;
-  Kt::ReArray::Indices m_sparseIndices;
-  Kt::ReArray::Indices m_coreZeroStart;
-  Kt::ReArray::Indices m_coreSparseIndices;
-  // Largest magnitude in each row before factoring, the scale its pivot is judged against.
-  std::vector<KtReal> m_rowScales;
-  std::vector<KtReal> m_rhs;
+  const KtReal* row(std::size_t r) const { return m_factors.data() + r * m_columnCount; }
+
+  // The factors, row-major with n entries a row: L below the diagonal (unit diagonal
+  // implied), U on and above it, all in the exchanged column order.
+  std::vector<KtReal> m_factors;
+  // pivots[k]: the column exchanged with column k at step k.
+  std::vector<std::size_t> m_pivots;
+  // basisOrder[c]: the original column at position c once J is factored, the order that the
+  // basis vectors and the rows of Nᵀ·W are written in.
+  std::vector<std::size_t> m_basisOrder;
+  // Per row, how many leading entries (in the current column order) are structurally zero.
+  std::vector<std::size_t> m_leadingZeros;
+  std::vector<KtReal> m_reciprocalPivots;
+  // Null-space basis in m_basisOrder: vector j is (b_j, e_j), with b_j (m
+  // entries, stored at j·m) solving U11·b_j = −U12·e_j for the leading m x m block U11 of J's
+  // factors.
+  std::vector<KtReal> m_basis;
+  // One row of Nᵀ·W in W's column order, while it is formed.
+  std::vector<KtReal> m_weightedBasis;
   std::vector<KtReal> m_jointRates;
   std::vector<KtReal> m_nullSpaceRates;
+  mutable Kt::ReArray m_basisInOriginalOrder;
   std::size_t m_rowCount = 0;
   std::size_t m_columnCount = 0;
   std::size_t m_nullity = 0;
-  // Whether m_core holds the factors of the last successful prep.
+  // The shape the working storage was last made for.
+  std::size_t m_storageRows = 0;
+  std::size_t m_storageColumns = 0;
+  // Whether J's rows have known leading zeros.
+  bool m_sparse = false;
+  // Whether m_factors holds the factors of the last successful prep.
   bool m_factored = false;
 };
