@@ -51,13 +51,9 @@ Kt::Vector rotate(const KtLinkFrames& record, const Kt::Vector& v) {
 
 }  // namespace
 
-KtJointColumn KtJointColumns::fromRecord(const KtManipulatorLink& link, const KtLinkFrames& record,
-                                         const KtJointPlan& plan, const Kt::Vector& point) {
+KtJointColumn KtJointColumns::fromRecordOfAnyJoint(const KtManipulatorLink& link, const KtLinkFrames& record,
+                                                   const KtJointPlan& plan, const Kt::Vector& point) {
   const Kt::Vector offset = point - record.column(KtLinkFrames::origin);
-  if (plan.turnsAboutOwnZ) {
-    const Kt::Vector axis = record.column(KtLinkFrames::zAxis);
-    return {axis.cross(offset), axis};
-  }
   KtJointColumn column;
   if (plan.halfAngleRow != nullptr) {
     column = {rotate(record, plan.unitLinear), rotate(record, plan.unitAngular)};
@@ -81,9 +77,15 @@ bool KtJointColumns::write(const KtIndividualManipulator& manipulator, KtManipul
     return false;
   const KtManipulatorLink& last = manipulator.link(linkIndex);
   last.dhFrameInSystem(state);
-  const KtManipulatorActivePositionState& positions = state.activePositionState();
   KtReal* target[6];
   for (std::size_t k = 0; k < rowCount(rows); ++k) target[k] = jacobian[firstRow + k].data();
+  writeChain(last, state.activePositionState(), point, rows, target);
+  return true;
+}
+
+void KtJointColumns::writeChain(const KtManipulatorLink& last,
+                                const KtManipulatorActivePositionState& positions, const Kt::Vector& point,
+                                KtJacobianRows rows, KtReal* const* target) {
   const std::size_t firstAngular = rows == KtJacobianRows::angular ? 0 : 3;
   for (const KtManipulatorLink* link = &last; link->linkIndex() >= 0; link = link->parentLink()) {
     const auto index = static_cast<std::size_t>(link->linkIndex());
@@ -108,7 +110,6 @@ bool KtJointColumns::write(const KtIndividualManipulator& manipulator, KtManipul
     if (rows != KtJacobianRows::linear)
       for (std::size_t k = 0; k < 3; ++k) target[firstAngular + k][index] = column.angular[k];
   }
-  return true;
 }
 
 bool KtJointColumns::writeFreeBase(const KtIndividualManipulator& manipulator,

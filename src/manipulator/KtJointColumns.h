@@ -67,8 +67,26 @@ class KtJointColumns {
 
   // The column of a joint at `point` from its link's frame record (which must be valid) (the joint axes as a
   // matrix) and its plan; the unit motions of half-angle rows come from the plan, others' from the joint.
+  // A turn about the frame's own z axis, the usual joint, is worked out here in line.
   static KtJointColumn fromRecord(const KtManipulatorLink& link, const KtLinkFrames& record,
-                                  const KtJointPlan& plan, const Kt::Vector& point);
+                                  const KtJointPlan& plan, const Kt::Vector& point) {
+    if (!plan.turnsAboutOwnZ) return fromRecordOfAnyJoint(link, record, plan, point);
+    const Kt::Vector axis = record.column(KtLinkFrames::zAxis);
+    return {axis.cross(point - record.column(KtLinkFrames::origin)), axis};
+  }
+
+  // Brings the frames of the chain from `link` to the base up to date and tells whether their
+  // records may then be read with fromRecord: true for every link of the manipulator that the
+  // state is bound to (an ancestor's index is below its descendants'). False, with no message,
+  // for a link that the state has no record for; at() then reports and copes.
+  static bool chainRecorded(const KtManipulatorLink& link, KtManipulatorActiveState& state) {
+    KtManipulatorActivePositionState& positions = state.activePositionState();
+    if (link.manipulator() != nullptr) positions.synchronize(*link.manipulator());
+    if (link.linkIndex() < 0 || static_cast<std::size_t>(link.linkIndex()) >= positions.linkCount())
+      return false;
+    link.dhFrameInSystem(state);
+    return true;
+  }
 
   // Free-base column k (0..5) at a point `r` away from the base origin: k < 3 moves the base
   // along system axis k, k >= 3 turns it about axis k − 3, which moves the point by e × r.
@@ -101,6 +119,12 @@ class KtJointColumns {
                     std::size_t linkIndex, const Kt::Vector& point, KtJacobianRows rows,
                     Kt::ReArray& jacobian, std::size_t firstRow);
 
+  // write() without its checks, for a caller that has made them: the chain's records are up to
+  // date (chainRecorded) and target[k] is row k of the block (as many as `rows` selects), each
+  // with a column per joint.
+  static void writeChain(const KtManipulatorLink& last, const KtManipulatorActivePositionState& positions,
+                         const Kt::Vector& point, KtJacobianRows rows, KtReal* const* target);
+
   // Stores the selected rows of the six free-base columns at `point` into columns n..n+5 of
   // `jacobian` (n the manipulator's joint count), from row firstRow on. Checks as write().
   static bool writeFreeBase(const KtIndividualManipulator& manipulator, KtManipulatorActiveState& state,
@@ -108,6 +132,8 @@ class KtJointColumns {
                             std::size_t firstRow);
 
  private:
+  static KtJointColumn fromRecordOfAnyJoint(const KtManipulatorLink& link, const KtLinkFrames& record,
+                                            const KtJointPlan& plan, const Kt::Vector& point);
   static bool linkIndexValid(const KtIndividualManipulator& manipulator, std::size_t linkIndex,
                              const char* operation);
   // Whether rows firstRow.. (as many as `rows` selects) and columns 0..columnCount-1 exist.

@@ -138,16 +138,18 @@ class KtEndEffector : public KtXmlCompoundType {
   static void forEachColumn(const KtIndividualManipulator& manipulator, KtManipulatorActiveState& state,
                             const KtManipulatorLink& link, bool relative, const KtManipulatorLink* reference,
                             bool freeBase, const Kt::Vector& point, Visit&& visit) {
+    const bool ownRecorded = KtJointColumns::chainRecorded(link, state);
     for (const KtManipulatorLink* own = &link; own->linkIndex() >= 0; own = own->parentLink()) {
       const bool shared = reference != nullptr && isOnChainOf(*own, *reference);
       visit(static_cast<std::size_t>(own->linkIndex()),
-            shared ? KtJointColumn{} : KtJointColumns::at(*own, state, point));
+            shared ? KtJointColumn{} : columnAt(*own, ownRecorded, state, point));
     }
     if (relative) {
       if (reference == nullptr) return;
+      const bool referenceRecorded = KtJointColumns::chainRecorded(*reference, state);
       for (const KtManipulatorLink* other = reference; other->linkIndex() >= 0; other = other->parentLink()) {
         if (isOnChainOf(*other, link)) break;  // from here on toward the base the joints are shared
-        const KtJointColumn column = KtJointColumns::at(*other, state, point);
+        const KtJointColumn column = columnAt(*other, referenceRecorded, state, point);
         visit(static_cast<std::size_t>(other->linkIndex()), KtJointColumn{-column.linear, -column.angular});
       }
       return;
@@ -156,6 +158,15 @@ class KtEndEffector : public KtXmlCompoundType {
     const Kt::Vector r =
         point - state.activePositionState().positionState().coordinateSystemTransform().translation();
     for (std::size_t k = 0; k < 6; ++k) visit(manipulator.jointDof() + k, KtJointColumns::freeBase(k, r));
+  }
+  // The column of the link's joint at `point`: straight from its frame record when the chain's
+  // records are known to be up to date (KtJointColumns::chainRecorded), else through at().
+  static KtJointColumn columnAt(const KtManipulatorLink& link, bool recorded, KtManipulatorActiveState& state,
+                                const Kt::Vector& point) {
+    if (!recorded) return KtJointColumns::at(link, state, point);
+    const KtManipulatorActivePositionState& positions = state.activePositionState();
+    const auto index = static_cast<std::size_t>(link.linkIndex());
+    return KtJointColumns::fromRecord(link, positions.linkFrames(index), positions.jointPlan(index), point);
   }
   // Whether `candidate` lies on the chain from `link` to the base (the link itself included).
   static bool isOnChainOf(const KtManipulatorLink& candidate, const KtManipulatorLink& link) {

@@ -35,21 +35,69 @@ KeptError keptError(const KtFrameMotionEndEffector::Layout& rows,
   return kept;
 }
 
+// Takes a motion (linear at the rows' point, angular; system axes) to the rows' entries: the
+// kept components, in system axes or in those of the end-effector frame. The frame's axes are
+// worked out once as a matrix, which turns each motion with a few multiply-adds.
+class RowProjection {
+ public:
+  RowProjection(const KtFrameMotionEndEffector::Layout& rows, const Kt::Orientation& frame) : m_rows(rows) {
+    if (rows.axes == KtFrameMotionEndEffector::RowAxes::endEffectorFrame)
+      frame.getDcmColumns(m_axes[0], m_axes[1], m_axes[2]);
+  }
+  void operator()(const Kt::Vector& linear, const Kt::Vector& angular, KtReal* rows) const {
+    KtReal six[6];
+    for (std::size_t k = 0; k < 3; ++k) {
+      const bool system = m_rows.axes == KtFrameMotionEndEffector::RowAxes::system;
+      six[k] = system ? linear[k] : m_axes[k].dot(linear);
+      six[3 + k] = system ? angular[k] : m_axes[k].dot(angular);
+    }
+    for (std::size_t r = 0; r < m_rows.rowCount; ++r) rows[r] = six[m_rows.components[r]];
+  }
+
+ private:
+  const KtFrameMotionEndEffector::Layout& m_rows;
+  Kt::Vector m_axes[3];
+};
+
+// The rows of a layout as one of the joint columns' blocks, when they are whole linear and/or
+// angular parts in system axes, in order.
+bool systemBlock(const KtFrameMotionEndEffector::Layout& rows, KtJacobianRows& block) {
+  if (rows.axes != KtFrameMotionEndEffector::RowAxes::system || (rows.rowCount != 3 && rows.rowCount != 6))
+    return false;
+  const std::size_t first = rows.components[0];
+  if (first != 0 && !(first == 3 && rows.rowCount == 3)) return false;
+  for (std::size_t r = 0; r < rows.rowCount; ++r)
+    if (rows.components[r] != first + r) return false;
+  block = rows.rowCount == 6 ? KtJacobianRows::both
+          : first == 0       ? KtJacobianRows::linear
+                             : KtJacobianRows::angular;
+  return true;
+}
+
 }  // namespace
 
+Kt::coordinateSystemTransformation KtFrameMotionEndEffector::endEffectorFrame(
+    const KtManipulatorLink& link, KtManipulatorActiveState& state) const {
+  return link.primaryFrameInSystem(state) * linkOffset();
+}
+
+// The layout, the projection and the target rows are settled once per walk; each column then
+// costs its few products and stores.
 template <typename Store>
-void KtFrameMotionEndEffector::walkRows(const KtIndividualManipulator& manipulator, std::size_t firstRow,
-                                        const KtEndEffectorRelativeLinkData& relative, bool isFixedBase,
-                                        KtManipulatorActiveState& state, const Kt::ReArray& matrix,
-                                        const RowWalkTexts& texts, Store&& store) const {
-  RowWalk walk;
-  if (!openRowWalk(manipulator, firstRow, relative, isFixedBase, matrix, texts, walk)) return;
-  const Kt::coordinateSystemTransformation frame = walk.link->primaryFrameInSystem(state) * linkOffset();
+void KtFrameMotionEndEffector::walkColumns(const KtIndividualManipulator& manipulator, const RowWalk& walk,
+                                           std::size_t firstRow, bool isFixedBase,
+                                           KtManipulatorActiveState& state, Kt::ReArray& matrix,
+                                           Store&& store) const {
+  const Kt::coordinateSystemTransformation frame = endEffectorFrame(*walk.link, state);
+  const Layout& rows = layout();
+  const RowProjection project(rows, frame.orientation());
+  KtReal* target[6];
+  for (std::size_t r = 0; r < rows.rowCount; ++r) target[r] = matrix[firstRow + r].data();
   forEachColumn(manipulator, state, *walk.link, walk.relative, walk.reference, !isFixedBase,
                 frame * rowPoint(), [&](std::size_t column, const KtJointColumn& motion) {
-                  const std::array<KtReal, 6> rows =
-                      selectedComponents(frame.orientation(), motion.linear, motion.angular);
-                  for (std::size_t r = 0; r < rowCount(); ++r) store(firstRow + r, column, rows[r]);
+                  KtReal entries[6];
+                  project(motion.linear, motion.angular, entries);
+                  for (std::size_t r = 0; r < rows.rowCount; ++r) store(target[r][column], entries[r]);
                 });
 }
 
@@ -60,8 +108,25 @@ void KtFrameMotionEndEffector::insertJacobianComponent(const KtIndividualManipul
                                                        Kt::ReArray& jacobian) const {
   const RowWalkTexts texts{layout().jacobianOperation, "KtFrameEndEffector::insertJacobianComponent()",
                            kBadFrameLabel, kBadReferenceLink};
-  walkRows(manipulator, firstRow, relative, isFixedBase, state, jacobian, texts,
-           [&](std::size_t row, std::size_t column, KtReal value) { jacobian[row][column] = value; });
+  RowWalk walk;
+  if (!openRowWalk(manipulator, firstRow, relative, isFixedBase, jacobian, texts, walk)) return;
+  const int linkIndex = walk.link->linkIndex();
+  KtJacobianRows block;
+  if (!walk.relative && systemBlock(layout(), block) &&
+      (linkIndex < 0 || KtJointColumns::chainRecorded(*walk.link, state))) {
+    // The usual rows, whole blocks in system axes on one chain, are written by the joint
+    // columns straight from the frame records into the rows; the walk has checked the block.
+    const Kt::Vector point = endEffectorFrame(*walk.link, state) * rowPoint();
+    if (linkIndex >= 0) {
+      KtReal* target[6];
+      for (std::size_t r = 0; r < rowCount(); ++r) target[r] = jacobian[firstRow + r].data();
+      KtJointColumns::writeChain(*walk.link, state.activePositionState(), point, block, target);
+    }
+    if (!isFixedBase) KtJointColumns::writeFreeBase(manipulator, state, point, block, jacobian, firstRow);
+    return;
+  }
+  walkColumns(manipulator, walk, firstRow, isFixedBase, state, jacobian,
+              [](KtReal& entry, KtReal value) { entry = value; });
 }
 
 void KtFrameMotionEndEffector::insertSparsityComponent(const KtIndividualManipulator& manipulator,
@@ -71,25 +136,18 @@ void KtFrameMotionEndEffector::insertSparsityComponent(const KtIndividualManipul
                                                        Kt::ReArray& sparsity) const {
   const RowWalkTexts texts{layout().sparsityOperation, "KtPointEndEffector::insertSparsityComponent()",
                            kBadPointLabel, kBadReferencePLink};
-  walkRows(manipulator, firstRow, relative, isFixedBase, state, sparsity, texts,
-           [&](std::size_t row, std::size_t column, KtReal) { sparsity[row][column] = 1.0; });
-}
-
-std::array<KtReal, 6> KtFrameMotionEndEffector::selectedComponents(const Kt::Orientation& frame,
-                                                                   const Kt::Vector& linear,
-                                                                   const Kt::Vector& angular) const {
-  const Layout& rows = layout();
-  Kt::Vector l = linear, a = angular;
-  if (rows.axes == RowAxes::endEffectorFrame) frame.inverse().transform(linear, l, angular, a);
-  std::array<KtReal, 6> selected{};
-  for (std::size_t r = 0; r < rows.rowCount; ++r) selected[r] = motionComponent(l, a, rows.components[r]);
-  return selected;
+  RowWalk walk;
+  if (!openRowWalk(manipulator, firstRow, relative, isFixedBase, sparsity, texts, walk)) return;
+  walkColumns(manipulator, walk, firstRow, isFixedBase, state, sparsity,
+              [](KtReal& entry, KtReal) { entry = 1.0; });
 }
 
 std::array<KtReal, 6> KtFrameMotionEndEffector::keptComponents(const Kt::Orientation& frame,
                                                                const Kt::Vector& linear,
                                                                const Kt::Vector& angular) const {
-  return selectedComponents(frame, linear + angular.cross(frame * rowPoint()), angular);
+  std::array<KtReal, 6> kept{};
+  RowProjection(layout(), frame)(linear + angular.cross(frame * rowPoint()), angular, kept.data());
+  return kept;
 }
 
 bool KtFrameMotionEndEffector::calculateFramePlacement(const KtIndividualManipulator& manipulator,
@@ -102,7 +160,7 @@ bool KtFrameMotionEndEffector::calculateFramePlacement(const KtIndividualManipul
             linkIdentifier().c_str());
     return false;
   }
-  placement = link->primaryFrameInSystem(state) * linkOffset();
+  placement = endEffectorFrame(*link, state);
   return true;
 }
 

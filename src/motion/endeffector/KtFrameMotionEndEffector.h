@@ -113,14 +113,13 @@ class KtFrameMotionEndEffector : public KtEndEffector {
   KtGeneralMotionFilter m_motionFilter;
 
  private:
-  // Calls store(row, column, value) for every entry the rows of this end effector give, after
-  // opening the row walk with the texts given.
+  // The end-effector frame in system coordinates on the carrying link.
+  Kt::coordinateSystemTransformation endEffectorFrame(const KtManipulatorLink& link,
+                                                      KtManipulatorActiveState& state) const;
+  // Calls store(entry, value) for every entry of `matrix` that the rows of this end effector
+  // give, from firstRow on, along an opened row walk.
   template <typename Store>
-  void walkRows(const KtIndividualManipulator& manipulator, std::size_t firstRow,
-                const KtEndEffectorRelativeLinkData& relative, bool isFixedBase,
-                KtManipulatorActiveState& state, const Kt::ReArray& matrix, const RowWalkTexts& texts,
-                Store&& store) const;
-  // The rows' entries of a motion given at the rows' point (system axes).
-  std::array<KtReal, 6> selectedComponents(const Kt::Orientation& frame, const Kt::Vector& linear,
-                                           const Kt::Vector& angular) const;
+  void walkColumns(const KtIndividualManipulator& manipulator, const RowWalk& walk, std::size_t firstRow,
+                   bool isFixedBase, KtManipulatorActiveState& state, Kt::ReArray& matrix,
+                   Store&& store) const;
 };

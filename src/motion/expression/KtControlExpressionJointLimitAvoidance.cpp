@@ -7,6 +7,40 @@
 #include "motion/expression/KtControlContextRequirements.h"
 #include "xml/KtXmlNamespaces.h"
 
+namespace {
+
+// The parameters of the zones, read once per evaluation.
+struct ZoneShape {
+  KtReal exponent;
+  KtReal zone;
+  KtReal max;
+  bool fractional;
+};
+
+// base^exponent. The usual whole exponents are multiplied out: the result differs from pow's
+// by a rounding at most, at a small part of its cost.
+KtReal power(KtReal base, KtReal exponent) {
+  if (exponent == 3.0) return base * base * base;
+  if (exponent == 2.0) return base * base;
+  if (exponent == 1.0) return base;
+  return std::pow(base, exponent);
+}
+
+// The entry of one joint at `value` between `lower` and `upper`.
+KtReal entry(const ZoneShape& shape, KtReal value, KtReal lower, KtReal upper) {
+  const KtReal range = upper - lower;
+  if (!std::isfinite(range)) return 0.0;
+  const KtReal zone = std::min(shape.fractional ? shape.zone * range : shape.zone, range / 2);
+  if (!(zone > 0.0)) return 0.0;
+  const KtReal toUpper = upper - value, toLower = value - lower;
+  const KtReal distance = std::min(toUpper, toLower);
+  if (distance >= zone) return 0.0;
+  const KtReal magnitude = shape.max * power((zone - distance) / zone, shape.exponent);
+  return toUpper <= toLower ? magnitude : -magnitude;
+}
+
+}  // namespace
+
 const KtToken& KtControlExpressionJointLimitAvoidance::elementToken() const {
   static const KtToken token(ktNamespaceCt, "jointLimitAvoidance");
   return token;
@@ -34,28 +68,19 @@ bool KtControlExpressionJointLimitAvoidance::prepare(const KtControlContext& con
   return true;
 }
 
-KtReal KtControlExpressionJointLimitAvoidance::entry(KtReal value, KtReal lower, KtReal upper) const {
-  const KtReal range = upper - lower;
-  if (!std::isfinite(range)) return 0.0;
-  const KtReal zone = std::min(m_fractional ? m_avoidanceZone * range : m_avoidanceZone.value(), range / 2);
-  if (!(zone > 0.0)) return 0.0;
-  const KtReal toUpper = upper - value, toLower = value - lower;
-  const KtReal distance = std::min(toUpper, toLower);
-  if (distance >= zone) return 0.0;
-  const KtReal magnitude = m_max * std::pow((zone - distance) / zone, m_exponent.value());
-  return toUpper <= toLower ? magnitude : -magnitude;
-}
-
 bool KtControlExpressionJointLimitAvoidance::evaluate(const KtControlContext& context) {
   if (!ktContextHasState(context, "KtControlExpressionJointLimitAvoidance::evaluate()")) return false;
   const KtIndividualManipulator& manipulator = *context.manipulator;
   const std::vector<KtReal>& joints = context.state->activePositionState().positionState().jointPositions();
   std::vector<KtReal>& column = m_value.column();
-  std::fill(column.begin(), column.end(), 0.0);
   const std::size_t count = std::min({joints.size(), manipulator.jointDof(), column.size()});
+  // Kept in locals: the column's stores could otherwise alias the parameters and force a
+  // reload of each on every joint.
+  const ZoneShape shape{m_exponent, m_avoidanceZone, m_max, m_fractional};
   for (std::size_t i = 0; i < count; ++i) {
     const KtManipulatorLink& link = manipulator.link(i);
-    column[i] = entry(joints[i], link.lowerLimitConstraint(), link.upperLimitConstraint());
+    column[i] = entry(shape, joints[i], link.lowerLimitConstraint(), link.upperLimitConstraint());
   }
+  std::fill(column.begin() + static_cast<std::ptrdiff_t>(count), column.end(), 0.0);
   return true;
 }

@@ -44,9 +44,6 @@ class KtControlExpressionJointLimitAvoidance
   void registerComponents() override;
 
  private:
-  // The entry of one joint at `value` between `lower` and `upper`.
-  KtReal entry(KtReal value, KtReal lower, KtReal upper) const;
-
   KtXmlDefaulted<KtXmlBasicType<KtReal>> m_exponent{3.0};
   KtXmlDefaulted<KtXmlBasicType<KtReal>> m_avoidanceZone{0.5};
   KtXmlDefaulted<KtXmlBasicType<KtReal>> m_max{50.0};

@@ -80,10 +80,16 @@ bool KtIndividualVelocityControlDescription::calculateJointRates(
     if (static_cast<std::size_t>(manipulatorIndex) < stated.state().positionStates().size())
       context.state = stated.activeState(manipulatorIndex);
   }
-  rates.assign(context.columnCount, 0.0);
-  if (!m_isOn) return true;
+  // Sized without zeroing: a successful step overwrites every rate, and every other way out
+  // stands the arm still.
+  rates.resize(context.columnCount);
+  const auto standStill = [&rates](bool result) {
+    std::fill(rates.begin(), rates.end(), 0.0);
+    return result;
+  };
+  if (!m_isOn) return standStill(true);
   if (velocities != nullptr) {
-    if (!stackVelocities(*velocities)) return false;
+    if (!stackVelocities(*velocities)) return standStill(false);
     context.endEffectorVelocities = &m_stackedVelocities;
   }
   if (context.state != nullptr)
@@ -97,7 +103,7 @@ bool KtIndividualVelocityControlDescription::calculateJointRates(
     m_prepared = m_container.prepare(context) && rootGivesRates(context.columnCount);
     m_preparedFor = key;
   }
-  if (!m_prepared || !m_container.evaluate(context)) return false;
+  if (!m_prepared || !m_container.evaluate(context)) return standStill(false);
   // The core refuses rates that are not finite; a node around it could still make some, and
   // none may reach the integration, so the arm stands still instead.
   const std::vector<KtReal>& result = m_container.value().column();
@@ -106,7 +112,7 @@ bool KtIndividualVelocityControlDescription::calculateJointRates(
         KtSeverity::Error,
         "KtIndividualVelocityControlDescription::calculateJointRates(): the rates are not finite; the arm is "
         "held still.\n");
-    return false;
+    return standStill(false);
   }
   std::copy(result.begin(), result.end(), rates.begin());
   return true;

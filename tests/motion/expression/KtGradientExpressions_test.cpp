@@ -70,7 +70,6 @@ TEST(KtGradientExpressionsTest, JointLimitColumnFollowsItsZones) {
   KtIndividualManipulator& manipulator = arm.stated.system().manipulator(0);
   ASSERT_TRUE(manipulator.linkForModification(6).setJointLimits(-INFINITY, INFINITY));
   KtControlExpressionJointLimitAvoidance limits;
-  limits.setExponent(rng.uniform(2.0, 4.0));
   const auto columnAt = [&](const std::vector<double>& joints) {
     KtPositionState position = arm.stated.state().positionStates()[0];
     position.setJointPositions(joints);
@@ -79,38 +78,43 @@ TEST(KtGradientExpressionsTest, JointLimitColumnFollowsItsZones) {
     EXPECT_TRUE(limits.prepare(context) && limits.evaluate(context));
     return limits.value().column();
   };
-  // Absolute zones, fractional ones, and fractional ones so wide that they meet at the centre.
-  for (const double fraction : {0.0, 0.2, 0.7}) {
-    const bool fractional = fraction > 0.0;
-    limits.setFractional(fractional);
-    limits.setAvoidanceZone(fractional ? fraction : 0.5);
-    for (std::size_t i = 0; i < 6; ++i) {
-      const KtManipulatorLink& link = manipulator.link(i);
-      const double lower = link.lowerLimitConstraint(), upper = link.upperLimitConstraint();
-      const double zone =
-          std::min(limits.avoidanceZone() * (fractional ? upper - lower : 1.0), (upper - lower) / 2);
-      std::vector<double> joints(7, 0.0);
-      const auto entry = [&](double q) {
-        joints[i] = q;
-        return columnAt(joints)[i];
-      };
-      EXPECT_NEAR(entry(upper), limits.max(), 1e-9);
-      EXPECT_NEAR(entry(lower), -limits.max(), 1e-9);
-      const double inside = rng.uniform(0.0, zone);
-      EXPECT_NEAR(entry(upper - inside), -entry(lower + inside), 1e-9);
-      EXPECT_NEAR(entry(upper - inside), limits.max() * std::pow(1 - inside / zone, limits.exponent()), 1e-9);
-      if (2 * zone < upper - lower) {
-        EXPECT_EQ(entry(lower + zone + 1e-9), 0.0);
-        EXPECT_EQ(entry(upper - zone - 1e-9), 0.0);
+  // Whole exponents (multiplied out) and one that is not, each with absolute zones, fractional ones,
+  // and fractional ones so wide that they meet at the centre.
+  for (const double exponent : {2.0, 3.0, rng.uniform(2.0, 4.0)}) {
+    limits.setExponent(exponent);
+    for (const double fraction : {0.0, 0.2, 0.7}) {
+      const bool fractional = fraction > 0.0;
+      limits.setFractional(fractional);
+      limits.setAvoidanceZone(fractional ? fraction : 0.5);
+      for (std::size_t i = 0; i < 6; ++i) {
+        const KtManipulatorLink& link = manipulator.link(i);
+        const double lower = link.lowerLimitConstraint(), upper = link.upperLimitConstraint();
+        const double zone =
+            std::min(limits.avoidanceZone() * (fractional ? upper - lower : 1.0), (upper - lower) / 2);
+        std::vector<double> joints(7, 0.0);
+        const auto entry = [&](double q) {
+          joints[i] = q;
+          return columnAt(joints)[i];
+        };
+        EXPECT_NEAR(entry(upper), limits.max(), 1e-9);
+        EXPECT_NEAR(entry(lower), -limits.max(), 1e-9);
+        const double inside = rng.uniform(0.0, zone);
+        EXPECT_NEAR(entry(upper - inside), -entry(lower + inside), 1e-9);
+        EXPECT_NEAR(entry(upper - inside), limits.max() * std::pow(1 - inside / zone, limits.exponent()),
+                    1e-9);
+        if (2 * zone < upper - lower) {
+          EXPECT_EQ(entry(lower + zone + 1e-9), 0.0);
+          EXPECT_EQ(entry(upper - zone - 1e-9), 0.0);
+        }
+        // Just inside the edge value and slope are near 0, as outside (a kink would give a slope of
+        // about max/zone there).
+        const double h = 1e-6, edge = upper - zone;
+        EXPECT_LT(std::fabs(entry(edge + h)), 1e-7);
+        EXPECT_LT(std::fabs(entry(edge + 2 * h) - entry(edge + h)) / h, 1e-2);
+        const std::vector<double> column = columnAt(joints);
+        EXPECT_EQ(column[6], 0.0);
+        for (std::size_t c = 7; c < 13; ++c) EXPECT_EQ(column[c], 0.0);
       }
-      // Just inside the edge value and slope are near 0, as outside (a kink would give a slope of
-      // about max/zone there).
-      const double h = 1e-6, edge = upper - zone;
-      EXPECT_LT(std::fabs(entry(edge + h)), 1e-7);
-      EXPECT_LT(std::fabs(entry(edge + 2 * h) - entry(edge + h)) / h, 1e-2);
-      const std::vector<double> column = columnAt(joints);
-      EXPECT_EQ(column[6], 0.0);
-      for (std::size_t c = 7; c < 13; ++c) EXPECT_EQ(column[c], 0.0);
     }
   }
 }
