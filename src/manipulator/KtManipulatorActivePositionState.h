@@ -107,7 +107,11 @@ class KtManipulatorActivePositionState
   void resizeLinkFrames(std::size_t count) { m_linkFrames.resize(count); }
 
   void synchronize(const KtIndividualManipulator& manipulator) {
-    if (&manipulator != m_model || m_revision != KtModelRevision::current()) rebind(manipulator);
+    if (!isBoundTo(&manipulator)) rebind(manipulator);
+  }
+  // Whether the records are those of this manipulator at the current model revision.
+  bool isBoundTo(const KtIndividualManipulator* manipulator) const {
+    return manipulator == m_model && m_revision == KtModelRevision::current();
   }
   // The joint value of link i (0 for a link that the position state has no value for).
   KtReal jointPosition(std::size_t index) const {
@@ -141,6 +145,8 @@ class KtManipulatorActivePositionState
   std::vector<KtJointPlan> m_jointPlans;
   KtFrameSweep m_frameSweep;
   const KtIndividualManipulator* m_model = nullptr;
-  std::uint64_t m_revision = 0;
+  // No revision until the first binding, so that an unbound state is bound to no manipulator,
+  // not even to a null one.
+  std::uint64_t m_revision = ~std::uint64_t{0};
   std::uint64_t m_frameChanges = 0;
 };

@@ -224,21 +224,40 @@ bool KtManipulatorLink::hasRecord(KtManipulatorActiveState& state, const char* m
   return false;
 }
 
+// A query whose record is valid costs the state's binding, a bound check and one flag, with no
+// call, so that asking for frames already computed stays a handful of instructions; a stale
+// record runs the sweep, and anything else (binding the state, the base link, an index outside
+// the state) goes through updatedFrame. A negative index wraps to beyond every count.
 const Kt::coordinateSystemTransformation& KtManipulatorLink::dhFrameInSystem(
     KtManipulatorActiveState& state) const {
-  if (!hasRecord(state, "KtManipulatorLink::dhFrameInSystem(): index out of range.\n"))
-    return outOfRangeFrame();
-  return locate(state.activePositionState()).dhFrame();
+  const KtLinkFrames* record = currentRecord(state.activePositionState());
+  return record != nullptr ? record->dhFrame() : updatedFrame(state, false);
 }
 
 const Kt::coordinateSystemTransformation& KtManipulatorLink::primaryFrameInSystem(
     KtManipulatorActiveState& state) const {
-  if (!hasRecord(state, nullptr)) {
-    ktPrint(KtSeverity::Error, "KtManipulatorLink::primaryFrameInSystem(): index %d out of range %d.\n",
-            m_linkIndex, static_cast<int>(state.activePositionState().linkCount()));
+  const KtLinkFrames* record = currentRecord(state.activePositionState());
+  return record != nullptr ? record->primaryFrame() : updatedFrame(state, true);
+}
+
+const KtLinkFrames* KtManipulatorLink::currentRecord(KtManipulatorActivePositionState& positions) const {
+  const auto index = static_cast<std::size_t>(m_linkIndex);
+  if (!positions.isBoundTo(m_manipulator) || index >= positions.linkCount()) return nullptr;
+  const KtLinkFrames& record = positions.linkFrames(index);
+  return record.isValid() ? &record : &sweepFrames(positions);
+}
+
+[[gnu::noinline]] const Kt::coordinateSystemTransformation& KtManipulatorLink::updatedFrame(
+    KtManipulatorActiveState& state, bool primary) const {
+  if (!hasRecord(state, primary ? nullptr : "KtManipulatorLink::dhFrameInSystem(): index out of range.\n")) {
+    if (primary) {
+      ktPrint(KtSeverity::Error, "KtManipulatorLink::primaryFrameInSystem(): index %d out of range %d.\n",
+              m_linkIndex, static_cast<int>(state.activePositionState().linkCount()));
+    }
     return outOfRangeFrame();
   }
-  return locate(state.activePositionState()).primaryFrame();
+  const KtLinkFrames& record = locate(state.activePositionState());
+  return primary ? record.primaryFrame() : record.dhFrame();
 }
 
 void KtManipulatorLink::setLinkReference(const std::string& label) {

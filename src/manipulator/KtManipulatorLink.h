@@ -162,6 +162,12 @@ class KtManipulatorLink : public KtXmlCloneable<KtManipulatorLink, KtXmlCompound
   virtual const KtLinkFrames& locate(KtManipulatorActivePositionState& positions) const;
   // The frame sweep that locate() runs when this link's record is stale.
   const KtLinkFrames& sweepFrames(KtManipulatorActivePositionState& positions) const;
+  // This link's record, computed when stale, if the state is bound to the link's manipulator
+  // and has a record for it; else null.
+  const KtLinkFrames* currentRecord(KtManipulatorActivePositionState& positions) const;
+  // The joint (or primary) frame after binding the state and computing what is stale; for an
+  // index outside the state the query's message and the identity.
+  const Kt::coordinateSystemTransformation& updatedFrame(KtManipulatorActiveState& state, bool primary) const;
   // Whether the state has a record for this link; prints the operation's message otherwise.
   bool hasRecord(KtManipulatorActiveState& state, const char* message) const;
   // The motion record of this link, computed (with its ancestors') when not valid; the link
