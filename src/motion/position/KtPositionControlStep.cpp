@@ -92,8 +92,7 @@ bool KtPositionControlSystem::calculateState(KtReal time, KtManipulatorSystemSta
   if (interval <= 0.0 || !m_isOn) {
     zeroRates();
     if (interval > 0.0) state.setTime(time);
-    for (KtPropagationResultData& data : m_work.results)
-      data.setTargetTimeReached(interval == 0.0 || !m_isOn);
+    for (KtPropagationResultData& data : m_work.results) data.setTargetTimeReached(interval >= 0.0);
   } else {
     m_work.callStart = state;
     const KtReal dt = guardedTimeStep();

@@ -55,8 +55,8 @@
 // No bad number leaves a calculation and no limit is crossed: desired placements and velocities
 // that are not finite are refused when set; a step whose commanded velocities, rates or new state
 // are not finite is refused, the whole calculation is undone and reported false, and the
-// diagnostics say so. Once the per-manipulator storage is sized (at binding, or at the first
-// calculation after the end-effector sets change), a calculation allocates nothing.
+// diagnostics say so. Once warm (after one calculation with the same sets, modes and pass count),
+// a calculation allocates nothing.
 //
 // Copies are unbound: they carry the components but none of the per-binding data.
 class KtPositionControlSystem : public KtXmlCloneable<KtPositionControlSystem, KtXmlCompoundType> {

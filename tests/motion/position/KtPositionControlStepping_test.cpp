@@ -40,33 +40,37 @@ class Alternating : public KtXmlCloneable<Alternating, KtControlExpression> {
 
 // With fixed rates the joints move by rate × covered time, an independent measure of the step
 // lengths: whole steps up to maxIterations, then at most maxFinalPropagationSize steps none longer
-// than the time step. The time becomes the target time either way; a target at or before it moves
-// nothing and zeroes the rates.
+// than the time step. The time becomes the target time either way; a target at or before it, or a
+// system that is off, moves nothing and zeroes the rates.
 TEST(KtPositionControlSteppingTest, CountsStepsAndCoversTheIntervalWithinTheLimits) {
   struct Case {
     double interval;
     unsigned maxFinal;
+    bool on;
     unsigned steps;
     double covered;
+    bool reached;
   };
-  const std::vector<Case> cases = {{0.008, 2, 1, 0.008},  {0.003, 2, 1, 0.003}, {0.02, 2, 3, 0.02},
-                                   {0.084, 2, 11, 0.084}, {1.0, 2, 12, 0.096},  {0.084, 0, 9, 0.072},
-                                   {0.0, 2, 0, 0.0},      {-0.5, 2, 0, 0.0}};
+  const std::vector<Case> cases = {
+      {0.008, 2, true, 1, 0.008, true},  {0.003, 2, true, 1, 0.003, true}, {0.02, 2, true, 3, 0.02, true},
+      {0.084, 2, true, 11, 0.084, true}, {1.0, 2, true, 12, 0.096, false}, {0.084, 0, true, 9, 0.072, false},
+      {0.0, 2, true, 0, 0.0, true},      {-0.5, 2, true, 0, 0.0, false},   {0.02, 2, false, 0, 0.0, true}};
   for (const Case& c : cases) {
     BoundArm arm(fixedRates(kRates));
     setJoints(arm.stated, kMidJoints);
     arm.system().setMaxFinalPropagationSize(c.maxFinal);
+    arm.system().setIsOn(c.on);
     arm.stated.state().velocityStates()[0].setJointVelocities(kRates);
     arm.stated.state().setTime(2.0);
     ASSERT_TRUE(arm.advance(c.interval)) << c.interval;
     const KtPropagationResultData& data = arm.container.propagationResults()[0];
     EXPECT_EQ(data.stepsTaken(), c.steps) << c.interval;
-    EXPECT_EQ(data.targetTimeReached(), c.covered == c.interval) << c.interval;
+    EXPECT_EQ(data.targetTimeReached(), c.reached) << c.interval;
     EXPECT_DOUBLE_EQ(arm.time(), 2.0 + std::max(c.interval, 0.0));
     for (std::size_t j = 0; j < kRates.size(); ++j)
       EXPECT_NEAR(arm.joints()[j], kMidJoints[j] + kRates[j] * c.covered, 1e-12) << c.interval;
     const double rate0 = arm.stated.state().velocityStates()[0].jointVelocities()[0];
-    EXPECT_EQ(rate0, c.interval > 0.0 ? kRates[0] : 0.0);
+    EXPECT_EQ(rate0, c.covered > 0.0 ? kRates[0] : 0.0);
   }
 }
 

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <functional>
 #include <limits>
+#include <memory>
 #include <string>
 #include <typeinfo>
 #include <vector>
@@ -145,8 +146,8 @@ TEST(KtPositionControlSystemTest, ReturnModesGiveSolvedRatesOrDisplacementOverTi
 }
 
 // The sample document loads without a message, is written back byte for byte and validates; each
-// variant loads as its own class, steps like the plain system and keeps the children it does not
-// interpret; a container keeps exactly one system.
+// variant loads as its own class, keeps the children it does not interpret and steps exactly as the
+// plain system; a container keeps exactly one system.
 TEST(KtPositionControlSystemTest, DocumentsRoundTripWithVariantsAndTheirExtras) {
   const std::string name = "craig_arm_position_control.xml";
   const std::string original = readBytes(dataFile(name.c_str()));
@@ -165,6 +166,14 @@ TEST(KtPositionControlSystemTest, DocumentsRoundTripWithVariantsAndTheirExtras) 
       {"positionControlSystemWithSimulation", &typeid(KtPositionControlSystemWithSimulation)},
       {"positionControlSystemWithConverter", &typeid(KtPositionControlSystemWithConverter)},
       {"positionControlSystemWithAcceleration", &typeid(KtPositionControlSystemWithAcceleration)}};
+  const auto moveFlange = [](BoundArm&& arm) {
+    const Kt::coordinateSystemTransformation start = arm.actual();
+    const Kt::Vector shifted = start.translation() + Kt::Vector(0.05, 0.0, -0.02);
+    EXPECT_TRUE(arm.container.setDesiredPlacement(0, 0, {shifted, start.orientation()}));
+    EXPECT_TRUE(arm.advance(0.1));
+    return arm.joints();
+  };
+  const std::vector<double> plainJoints = moveFlange(BoundArm());
   for (const auto& [element, type] : variants) {
     std::string text = original;
     text.replace(text.find(plain), plain.size(), "ct:" + element + ">");
@@ -176,6 +185,9 @@ TEST(KtPositionControlSystemTest, DocumentsRoundTripWithVariantsAndTheirExtras) 
     EXPECT_EQ(ktTestWrite(container, name), text) << element;
     KtPositionControlContainer copy = container;
     EXPECT_TRUE(copy.isEqual(container));
+    auto system = std::unique_ptr<KtPositionControlSystem>(
+        static_cast<KtPositionControlSystem*>(container.system().clone().release()));
+    EXPECT_EQ(moveFlange(BoundArm(std::move(system))), plainJoints) << element;
   }
   EXPECT_EQ(capture.text(), "");
 
