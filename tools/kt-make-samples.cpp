@@ -2,7 +2,8 @@
 // one in the classic Denavit-Hartenberg convention, with their makers' published link
 // parameters and joint limits, the first also with published link masses), an arm with a
 // tracked free object, a compressed copy of the first, and end-effector sets for the first
-// arm, one per kind of end effector, and a velocity-control system for the first arm.
+// arm, one per kind of end effector, and a velocity-control system for the first arm with the
+// position-control container that wraps it.
 // Usage: kt-make-samples <output directory>
 #include <cstdio>
 #include <memory>
@@ -28,6 +29,7 @@
 #include "motion/expression/KtControlExpressionJointLimitAvoidance.h"
 #include "motion/expression/KtControlExpressionScalarConstant.h"
 #include "motion/expression/filter/KtControlExpressionJointRateFilter.h"
+#include "motion/position/KtPositionControlContainer.h"
 #include "motion/velocity/KtControlExpressionCore.h"
 #include "motion/velocity/KtVelocityControlSystem.h"
 #include "xml/KtXmlFile.h"
@@ -254,6 +256,14 @@ KtVelocityControlSystem velocityControl() {
   return control;
 }
 
+// Position control of craigArm() through the velocity control above, with the default step,
+// limits and modes.
+KtPositionControlContainer positionControl() {
+  KtPositionControlContainer container;
+  container.system().velocityControlSystem() = velocityControl();
+  return container;
+}
+
 bool write(const KtXmlObject& object, const std::string& path) {
   if (ktWriteObjectToFile(object, path)) return std::printf("wrote %s\n", path.c_str()), true;
   std::fprintf(stderr, "could not write %s\n", path.c_str());
@@ -290,7 +300,8 @@ int main(int argc, char** argv) {
   const bool written =
       write(craigSystem, directory + "craig_arm.xml") && write(craigSystem, directory + "craig_arm.xml.gz") &&
       write(paulSystem, directory + "paul_arm.xml") && write(pairSystem, directory + "arm_and_customer.xml");
-  bool setsWritten = write(velocityControl(), directory + "craig_arm_velocity_control.xml");
+  bool setsWritten = write(velocityControl(), directory + "craig_arm_velocity_control.xml") &&
+                     write(positionControl(), directory + "craig_arm_position_control.xml");
   for (const SampleSet& sample : sampleSets())
     setsWritten = write(sample.set, directory + sample.file) && setsWritten;
   return written && setsWritten ? 0 : 1;

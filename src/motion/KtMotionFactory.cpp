@@ -65,6 +65,8 @@
 #include "motion/expression/filter/KtControlExpressionJointRateFilter.h"
 #include "motion/expression/filter/KtControlExpressionPlanarTracksFilter.h"
 #include "motion/expression/filter/KtControlExpressionSimulationFilter.h"
+#include "motion/position/KtPositionControlContainer.h"
+#include "motion/position/KtPositionControlVariants.h"
 #include "motion/velocity/KtControlExpressionCore.h"
 #include "motion/velocity/KtControlExpressionCoreAb.h"
 #include "motion/velocity/KtIndividualVelocityControlDescription.h"
@@ -149,6 +151,11 @@ const bool registered = [] {
   factory.registerClass<KtControlExpressionMassMatrixAb>();
   factory.registerClass<KtControlExpressionPotentialEnergyGradient>();
   factory.registerClass<KtControlExpressionGravitationalTorqueGradient>();
+  factory.registerClass<KtPositionControlSystem>();
+  factory.registerClass<KtPositionControlSystemWithSimulation>();
+  factory.registerClass<KtPositionControlSystemWithConverter>();
+  factory.registerClass<KtPositionControlSystemWithAcceleration>();
+  factory.registerClass<KtPositionControlContainer>();
   return true;
 }();
 

@@ -84,7 +84,7 @@ bool KtXmlCompoundType::read(KtXmlReader& reader) {
   m_readSlots.assign(m_components.size(), false);
   return reader.readChildren([this, &reader](const KtToken& child) {
     const std::size_t slot = m_components.indexOf(child.name());
-    if (slot == m_components.npos) return false;
+    if (slot == m_components.npos) return readUnregisteredChild(reader, child);
     if (m_readSlots[slot]) {
       ktXmlWarnRepeatedElement(reader, "KtXmlCompoundType", child.name());
       return false;
@@ -117,8 +117,12 @@ bool KtXmlCompoundType::write(KtXmlWriter& writer) const {
     written = component->write(writer) && written;
     writer.writeEndElement();
   }
-  return written;
+  return writeUnregisteredChildren(writer) && written;
 }
+
+bool KtXmlCompoundType::readUnregisteredChild(KtXmlReader&, const KtToken&) { return false; }
+
+bool KtXmlCompoundType::writeUnregisteredChildren(KtXmlWriter&) const { return true; }
 
 void KtXmlCompoundType::writeSchema(KtXmlWriter& writer) const {
   ensureInitialized();

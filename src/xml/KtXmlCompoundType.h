@@ -45,7 +45,7 @@
 // reported and skipped, even when the first could not be read. Writing gives the attributes, then
 // the components as elements in ascending byte-wise order of their local names, except
 // components of kind 0 and (unless the writer writes everything) components that may be
-// omitted.
+// omitted. A class may keep the unknown children instead (readUnregisteredChild).
 class KtXmlCompoundType : public KtXmlObject {
  public:
   KtXmlCompoundType() = default;
@@ -85,6 +85,12 @@ class KtXmlCompoundType : public KtXmlObject {
   void registerUnwrittenComponent(const KtToken& token, KtXmlObject& component);
   void registerAttribute(const KtToken& token, KtXmlObject& attribute);
   void setComponentKind(const KtToken& token, int kind) { m_kinds.set(token, kind); }
+
+  // A child element that no registered component takes. A class that keeps such elements reads
+  // the child here and answers true; by default it is skipped.
+  virtual bool readUnregisteredChild(KtXmlReader& reader, const KtToken& child);
+  // Writes what readUnregisteredChild kept, after the registered components.
+  virtual bool writeUnregisteredChildren(KtXmlWriter& writer) const;
 
  private:
   // Registration may happen on first use through a const operation (writing, comparing);

@@ -1,0 +1,284 @@
+// The state calculation of KtPositionControlSystem: planning the steps of an interval, the passes
+// of one step, their integration and the diagnostics.
+#include <algorithm>
+#include <cmath>
+
+#include "foundation/MathUtil.h"
+#include "foundation/Print.h"
+#include "motion/position/KtPositionControlSystem.h"
+
+namespace {
+
+// Leeway when counting the steps of an interval, so that rounding in the interval's length does
+// not add a step of almost no length.
+constexpr KtReal kStepCountLeeway = 1e-9;
+
+struct StepPlan {
+  unsigned wholeSteps = 0;
+  unsigned finalSteps = 0;
+  KtReal finalLength = 0.0;
+  bool reachesTarget = false;
+};
+
+// Whole steps: the integer part of (interval − step) / step, within [0, maxIterations]. The rest
+// of the interval: in at most maxFinal equal steps, none longer than `step`.
+StepPlan planSteps(KtReal interval, KtReal step, unsigned maxIterations, unsigned maxFinal) {
+  StepPlan plan;
+  const KtReal whole = std::floor((interval - step) / step);
+  plan.wholeSteps =
+      whole > 0.0 ? static_cast<unsigned>(std::min(whole, static_cast<KtReal>(maxIterations))) : 0;
+  const KtReal rest = interval - plan.wholeSteps * step;
+  if (rest <= 0.0) {
+    plan.reachesTarget = true;
+    return plan;
+  }
+  const KtReal needed = std::ceil(rest / step - kStepCountLeeway);
+  plan.finalSteps = static_cast<unsigned>(std::min(std::max(needed, 1.0), static_cast<KtReal>(maxFinal)));
+  plan.reachesTarget = plan.finalSteps >= needed;
+  if (plan.finalSteps > 0) plan.finalLength = std::min(rest / plan.finalSteps, step);
+  return plan;
+}
+
+bool isFiniteMotion(const KtGeneralMotion& motion) {
+  const Kt::Vector &v = motion.linear(), &w = motion.angular();
+  return std::isfinite(v[0]) && std::isfinite(v[1]) && std::isfinite(v[2]) && std::isfinite(w[0]) &&
+         std::isfinite(w[1]) && std::isfinite(w[2]);
+}
+
+KtReal dot(const KtVelocityState& a, const KtVelocityState& b) {
+  const std::vector<KtReal>&ra = a.jointVelocities(), &rb = b.jointVelocities();
+  KtReal sum = 0.0;
+  for (std::size_t i = 0; i < ra.size() && i < rb.size(); ++i) sum += ra[i] * rb[i];
+  const KtGeneralMotion &ga = a.generalVelocity(), &gb = b.generalVelocity();
+  return sum + ga.linear().dot(gb.linear()) + ga.angular().dot(gb.angular());
+}
+
+}  // namespace
+
+KtVelocityStateReturnMode KtPositionControlSystem::checkedReturnMode() const {
+  const KtVelocityStateReturnMode mode = m_velocityStateReturnMode;
+  if (mode == KtVelocityStateReturnMode::positionControlResult ||
+      mode == KtVelocityStateReturnMode::finiteDifference)
+    return mode;
+  ktPrint(KtSeverity::Error,
+          "KtPositionControlSystem::calculateState()-> bad velocity state return mode: %d; using the "
+          "position control "
+          "result.\n",
+          static_cast<int>(mode));
+  return KtVelocityStateReturnMode::positionControlResult;
+}
+
+bool KtPositionControlSystem::calculateState(KtReal time, KtManipulatorSystemState& result) {
+  if (m_work.stated == nullptr) {
+    ktPrint(KtSeverity::Error, "KtPositionControlSystem::calculateState(): no stated system is bound.\n");
+    return false;
+  }
+  for (KtPropagationResultData& data : m_work.results) data.clear();
+  if (!integrityCheck()) return false;
+  sizeWorkspace();
+  const KtVelocityStateReturnMode mode = checkedReturnMode();
+  KtManipulatorSystemState& state = m_work.stated->state();
+  if (!std::isfinite(time)) {
+    ktPrint(KtSeverity::Error, "KtPositionControlSystem::calculateState(): the target time is not finite.\n");
+    for (KtPropagationResultData& data : m_work.results) data.setNonFiniteRejected(true);
+    return false;
+  }
+  for (std::size_t m = 0; m < m_work.results.size(); ++m)
+    m_work.results[m].resetFilterScaleFactors(m_work.desired[m].size());
+  if (!updateActualPlacements()) return failCalculation(0, false);
+  noteErrors(true);
+
+  const KtReal now = state.time(), interval = time - now;
+  if (interval <= 0.0 || !m_isOn) {
+    zeroRates();
+    if (interval > 0.0) state.setTime(time);
+    for (KtPropagationResultData& data : m_work.results) data.setTargetTimeReached(interval >= 0.0);
+  } else {
+    m_work.callStart = state;
+    const KtReal dt = guardedTimeStep();
+    const StepPlan plan = planSteps(interval, dt, m_maxIterations, m_maxFinalPropagationSize);
+    unsigned steps = 0;
+    for (; steps < plan.wholeSteps + plan.finalSteps; ++steps) {
+      if (!step(steps < plan.wholeSteps ? dt : plan.finalLength)) {
+        state = m_work.callStart;
+        updateActualPlacements();
+        ktPrint(
+            KtSeverity::Error,
+            "KtPositionControlSystem::calculateState(): step %u was refused; the state is left unchanged.\n",
+            steps + 1);
+        return false;
+      }
+    }
+    state.setTime(time);
+    if (!updateActualPlacements()) return failCalculation(0, false);
+    for (KtPropagationResultData& data : m_work.results) {
+      data.setStepsTaken(steps);
+      data.setTargetTimeReached(plan.reachesTarget);
+    }
+  }
+  noteErrors(false);
+  noteConditioning();
+  result = state;
+  if (mode == KtVelocityStateReturnMode::finiteDifference && interval > 0.0) fillResult(result, interval);
+  return true;
+}
+
+bool KtPositionControlSystem::failCalculation(std::size_t manipulator, bool nonFinite) {
+  const bool flagged = manipulator < m_work.results.size() && m_work.results[manipulator].nonFiniteRejected();
+  for (KtPropagationResultData& data : m_work.results) data.clear();
+  if (manipulator < m_work.results.size())
+    m_work.results[manipulator].setNonFiniteRejected(nonFinite || flagged);
+  return false;
+}
+
+// The joint rates as displacement over the interval; the base's linear rate likewise, and its
+// angular rate as the rotation between the two poses (about its axis) over the interval.
+void KtPositionControlSystem::fillResult(KtManipulatorSystemState& result, KtReal interval) const {
+  const std::vector<KtPositionState>& start = m_work.callStart.positionStates();
+  for (std::size_t m = 0; m < result.positionStates().size() && m < start.size(); ++m) {
+    const KtPositionState& to = result.positionStates()[m];
+    const KtPositionState& from = start[m];
+    KtVelocityState& rates = result.velocityStates()[m];
+    std::vector<KtReal>& joints = rates.jointVelocities();
+    for (std::size_t j = 0; j < joints.size() && j < to.jointPositions().size(); ++j)
+      joints[j] = (to.jointPositions()[j] - from.jointPositions()[j]) / interval;
+    const Kt::coordinateSystemTransformation &a = from.coordinateSystemTransform(),
+                                             &b = to.coordinateSystemTransform();
+    KtReal angle = 0.0;
+    Kt::Vector axis;
+    a.orientation().angleAxisBetween(b.orientation(), angle, axis);
+    rates.generalVelocity() =
+        KtGeneralMotion((b.translation() - a.translation()) / interval, axis * (angle / interval));
+  }
+}
+
+void KtPositionControlSystem::zeroRates() {
+  KtManipulatorSystemState& state = m_work.stated->state();
+  for (KtVelocityState& rates : state.velocityStates()) {
+    std::fill(rates.jointVelocities().begin(), rates.jointVelocities().end(), 0.0);
+    rates.generalVelocity() = KtGeneralMotion();
+  }
+}
+
+// One step: the first pass always; with two passes, a second one from the step's start with the
+// rates solved where the first pass ended, and the two combined.
+bool KtPositionControlSystem::step(KtReal h) {
+  KtManipulatorSystemState& state = m_work.stated->state();
+  if (m_useTwoPasses) m_work.stepStart = state;
+  if (!solveRates(m_work.rates) || !integrate(m_work.rates, h)) return false;
+  if (!m_useTwoPasses) {
+    storeRates(m_work.rates);
+    return true;
+  }
+  for (std::size_t m = 0; m < m_work.rates.size(); ++m) {
+    m_work.firstPassRates[m] = m_work.rates[m];
+    m_work.firstPassPositions[m] = state.positionStates()[m];
+  }
+  if (!solveRates(m_work.rates)) return false;
+  state.positionStates() = m_work.stepStart.positionStates();
+  if (!integrate(m_work.rates, h)) return false;
+  combinePasses();
+  return true;
+}
+
+bool KtPositionControlSystem::solveRates(std::vector<KtVelocityState>& rates) {
+  const KtReal dt = guardedTimeStep();
+  for (std::size_t m = 0; m < m_work.actual.size(); ++m) {
+    rates[m].generalVelocity() = KtGeneralMotion();
+    if (!isControlled(m)) continue;
+    const unsigned index = static_cast<unsigned>(m);
+    if (!calcAllEndEffectorPlacements(*m_work.stated, index, m_work.actual[m]) ||
+        !calculateGeneralMotion(static_cast<int>(m), dt))
+      return failCalculation(m, false);
+  }
+  if (!m_velocityControlSystem.calculate(*m_work.stated, m_work.commanded, rates, dt))
+    return failCalculation(0, false);
+  return true;
+}
+
+// Integrates the controlled manipulators in place, noting the joints that a limit stops; rates or
+// positions that are not finite refuse the step.
+bool KtPositionControlSystem::integrate(const std::vector<KtVelocityState>& rates, KtReal h) {
+  KtManipulatorSystemState& state = m_work.stated->state();
+  const KtManipulatorSystem& system = m_work.stated->system();
+  for (std::size_t m = 0; m < rates.size(); ++m) {
+    if (!isControlled(m)) continue;
+    const KtIndividualManipulator& manipulator = system.manipulator(m);
+    const std::vector<KtReal>& jointRates = rates[m].jointVelocities();
+    if (!ktAllFinite(jointRates) || !isFiniteMotion(rates[m].generalVelocity()))
+      return failCalculation(m, true);
+    KtPositionState& position = state.positionStates()[m];
+    const std::vector<KtReal>& joints = position.jointPositions();
+    for (std::size_t j = 0; j < jointRates.size() && j < joints.size() && j < manipulator.jointDof(); ++j) {
+      const KtReal q = joints[j] + jointRates[j] * h;
+      const KtManipulatorLink& link = manipulator.link(j);
+      if ((jointRates[j] > 0.0 && q >= link.upperLimitConstraint()) ||
+          (jointRates[j] < 0.0 && q <= link.lowerLimitConstraint()))
+        m_work.results[m].noteClampedJoint(j);
+    }
+    KtIntegrationStatus status;
+    manipulator.integrateState(rates[m], h, position, status);
+    if (status.nonFiniteRejected) return failCalculation(m, true);
+  }
+  return true;
+}
+
+void KtPositionControlSystem::storeRates(const std::vector<KtVelocityState>& rates) {
+  std::vector<KtVelocityState>& stored = m_work.stated->state().velocityStates();
+  for (std::size_t m = 0; m < rates.size() && m < stored.size(); ++m)
+    if (isControlled(m)) stored[m] = rates[m];
+}
+
+// The state holds the second pass's positions and m_work.rates its rates.
+void KtPositionControlSystem::combinePasses() {
+  std::vector<KtPositionState>& positions = m_work.stated->state().positionStates();
+  for (std::size_t m = 0; m < m_work.rates.size(); ++m) {
+    if (!isControlled(m)) continue;
+    KtVelocityState& second = m_work.rates[m];
+    const KtVelocityState& first = m_work.firstPassRates[m];
+    positions[m].linearInterpolation(m_work.firstPassPositions[m], positions[m], 0.5);
+    const KtReal agreement = dot(first, second);
+    std::vector<KtReal>& rates = second.jointVelocities();
+    for (std::size_t j = 0; j < rates.size(); ++j)
+      rates[j] = agreement > 0.0 ? 0.5 * (rates[j] + first.jointVelocities()[j]) : 0.0;
+    const KtGeneralMotion& a = first.generalVelocity();
+    const KtGeneralMotion& b = second.generalVelocity();
+    second.generalVelocity() =
+        agreement > 0.0 ? KtGeneralMotion((a.linear() + b.linear()) * 0.5, (a.angular() + b.angular()) * 0.5)
+                        : KtGeneralMotion();
+  }
+  storeRates(m_work.rates);
+}
+
+// Largest linear and angular distance between actual and desired placements, per manipulator.
+void KtPositionControlSystem::noteErrors(bool before) {
+  Kt::coordinateSystemTransformation actual, desired;
+  for (std::size_t m = 0; m < m_work.results.size(); ++m) {
+    KtReal linear = 0.0, angular = 0.0;
+    for (std::size_t e = 0; e < m_work.actual[m].size() && e < m_work.desired[m].size(); ++e) {
+      const int index = static_cast<int>(e);
+      m_work.actual[m].offsetInSystem(index, actual);
+      m_work.desired[m].offsetInSystem(index, desired);
+      KtReal angle = 0.0;
+      Kt::Vector axis;
+      actual.orientation().angleAxisBetween(desired.orientation(), angle, axis);
+      linear = std::max(linear, (desired.translation() - actual.translation()).mag());
+      angular = std::max(angular, angle);
+    }
+    if (before)
+      m_work.results[m].setErrorsBefore(linear, angular);
+    else
+      m_work.results[m].setErrorsAfter(linear, angular);
+  }
+}
+
+void KtPositionControlSystem::noteConditioning() {
+  const KtStatedSystem& stated = *m_work.stated;
+  for (std::size_t m = 0; m < m_work.results.size(); ++m) {
+    const KtIndividualVelocityControlDescription& description =
+        *m_velocityControlSystem.individualVelocityControlDescription(static_cast<int>(m));
+    const Kt::ReArray& jacobian = description.endEffectorSet().jacobian(
+        stated.system().manipulator(m), description.isFixedBase(), *stated.activeState(static_cast<int>(m)));
+    m_work.results[m].setSmallestSingularValue(m_work.singularValue.of(jacobian));
+  }
+}

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <vector>
+
+#include "manipulator/KtManipulatorSystemState.h"
+#include "manipulator/KtStatedSystem.h"
+#include "manipulator/KtVelocityState.h"
+#include "motion/endeffector/KtManipulatorEndEffectorPlacement.h"
+#include "motion/endeffector/KtManipulatorEndEffectorVelocity.h"
+#include "motion/position/KtPropagationResultData.h"
+#include "motion/position/KtSmallestSingularValue.h"
+
+// What a position-control system holds for the stated system it is bound to: per manipulator the
+// desired placements and velocities of its end effectors, their actual placements and commanded
+// velocities, the diagnostics of the last calculation, and copies of the state for the passes of
+// a step. It belongs to one binding: a copy starts unbound and empty, so that copying a control
+// system never shares or leaves behind a pointer to someone else's stated system.
+struct KtPositionControlWorkspace {
+  KtPositionControlWorkspace() = default;
+  KtPositionControlWorkspace(const KtPositionControlWorkspace&) {}
+  KtPositionControlWorkspace& operator=(const KtPositionControlWorkspace& other) {
+    if (this != &other) *this = KtPositionControlWorkspace();
+    return *this;
+  }
+  KtPositionControlWorkspace(KtPositionControlWorkspace&&) = default;
+  KtPositionControlWorkspace& operator=(KtPositionControlWorkspace&&) = default;
+
+  KtStatedSystem* stated = nullptr;
+  std::vector<KtManipulatorEndEffectorPlacement> desired;
+  std::vector<KtManipulatorEndEffectorVelocity> desiredVelocities;
+  std::vector<KtManipulatorEndEffectorPlacement> actual;
+  std::vector<KtManipulatorEndEffectorVelocity> commanded;
+  std::vector<KtPropagationResultData> results;
+
+  // The state when the calculation began (restored when it fails) and when the step began (the
+  // start of both passes).
+  KtManipulatorSystemState callStart;
+  KtManipulatorSystemState stepStart;
+  // Rates of the current pass, and the first pass's rates and positions.
+  std::vector<KtVelocityState> rates;
+  std::vector<KtVelocityState> firstPassRates;
+  std::vector<KtPositionState> firstPassPositions;
+  // A filter's correction without feed-forward, clamped and unclamped.
+  std::vector<KtReal> correction;
+  std::vector<KtReal> unclampedCorrection;
+  KtSmallestSingularValue singularValue;
+};
