@@ -6,6 +6,7 @@
 #include "foundation/Print.h"
 #include "manipulator/KtManipulatorActiveState.h"
 #include "manipulator/KtModelRevision.h"
+#include "math/Finite.h"
 #include "xml/KtXmlNamespaces.h"
 
 KtIndividualManipulator::KtIndividualManipulator() { rebuildLinkTable(); }
@@ -168,17 +169,7 @@ bool KtIndividualManipulator::canCollide(int first, int second) const {
   return !excludes(a, b) && !excludes(b, a);
 }
 
-namespace {
-
-bool isFinite(const Kt::Vector& v) {
-  return std::isfinite(v.x()) && std::isfinite(v.y()) && std::isfinite(v.z());
-}
-
-bool isFinite(const Kt::Orientation& q) {
-  return std::isfinite(q[0]) && std::isfinite(q[1]) && std::isfinite(q[2]) && std::isfinite(q[3]);
-}
-
-}  // namespace
+namespace {}  // namespace
 
 void KtIndividualManipulator::integrateState(const KtVelocityState& velocities, KtReal dt,
                                              KtPositionState& positions, KtIntegrationStatus& status) const {
@@ -208,11 +199,11 @@ void KtIndividualManipulator::integrateState(const KtVelocityState& velocities, 
   Kt::Vector translation = pose.translation() + base.linear() * dt;
   Kt::Orientation orientation = pose.orientation();
   orientation.integrateReferenceFrameAngularVelocity(base.angular(), dt);
-  if (!isFinite(translation)) {
+  if (!ktIsFinite(translation)) {
     status.nonFiniteRejected = true;
     translation = pose.translation();
   }
-  if (!isFinite(orientation)) {
+  if (!ktIsFinite(orientation)) {
     status.nonFiniteRejected = true;
     orientation = pose.orientation();
   }

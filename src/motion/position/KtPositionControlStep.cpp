@@ -5,6 +5,7 @@
 
 #include "foundation/MathUtil.h"
 #include "foundation/Print.h"
+#include "math/Finite.h"
 #include "motion/position/KtPositionControlSystem.h"
 
 namespace {
@@ -37,12 +38,6 @@ StepPlan planSteps(KtReal interval, KtReal step, unsigned maxIterations, unsigne
   plan.reachesTarget = plan.finalSteps >= needed;
   if (plan.finalSteps > 0) plan.finalLength = std::min(rest / plan.finalSteps, step);
   return plan;
-}
-
-bool isFiniteMotion(const KtGeneralMotion& motion) {
-  const Kt::Vector &v = motion.linear(), &w = motion.angular();
-  return std::isfinite(v[0]) && std::isfinite(v[1]) && std::isfinite(v[2]) && std::isfinite(w[0]) &&
-         std::isfinite(w[1]) && std::isfinite(w[2]);
 }
 
 KtReal dot(const KtVelocityState& a, const KtVelocityState& b) {
@@ -205,7 +200,8 @@ bool KtPositionControlSystem::integrate(const std::vector<KtVelocityState>& rate
     if (!isControlled(m)) continue;
     const KtIndividualManipulator& manipulator = system.manipulator(m);
     const std::vector<KtReal>& jointRates = rates[m].jointVelocities();
-    if (!ktAllFinite(jointRates) || !isFiniteMotion(rates[m].generalVelocity()))
+    if (!ktAllFinite(jointRates) || !ktIsFinite(rates[m].generalVelocity().linear()) ||
+        !ktIsFinite(rates[m].generalVelocity().angular()))
       return failCalculation(m, true);
     KtPositionState& position = state.positionStates()[m];
     const std::vector<KtReal>& joints = position.jointPositions();

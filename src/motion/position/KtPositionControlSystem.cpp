@@ -5,18 +5,8 @@
 
 #include "foundation/MathUtil.h"
 #include "foundation/Print.h"
+#include "math/Finite.h"
 #include "xml/KtXmlNamespaces.h"
-
-namespace {
-
-bool isFinitePlacement(const Kt::coordinateSystemTransformation& placement) {
-  const Kt::Vector& t = placement.translation();
-  const Kt::Orientation& q = placement.orientation();
-  return std::isfinite(t[0]) && std::isfinite(t[1]) && std::isfinite(t[2]) && std::isfinite(q.w()) &&
-         std::isfinite(q.x()) && std::isfinite(q.y()) && std::isfinite(q.z());
-}
-
-}  // namespace
 
 const KtToken& KtPositionControlSystem::elementToken() const {
   static const KtToken token(ktNamespaceCt, "positionControlSystem");
@@ -114,7 +104,7 @@ bool KtPositionControlSystem::setDesiredPlacement(int manipulator, int endEffect
                                                   const Kt::coordinateSystemTransformation& placement) {
   sizeWorkspace();
   if (!placementIndexValid(manipulator, endEffector, "setDesiredPlacement")) return false;
-  if (!isFinitePlacement(placement)) {
+  if (!ktIsFinite(placement)) {
     ktPrint(
         KtSeverity::Error,
         "KtPositionControlSystem::setDesiredPlacement(): the placement of end effector %d is not finite.\n",
@@ -133,7 +123,7 @@ bool KtPositionControlSystem::addDesiredPlacement(int manipulator, int endEffect
   placements.offsetInSystem(endEffector, placement);
   const Kt::coordinateSystemTransformation moved(placement.translation() + displacement.translation(),
                                                  displacement.orientation() * placement.orientation());
-  if (!isFinitePlacement(moved)) {
+  if (!ktIsFinite(moved)) {
     ktPrint(
         KtSeverity::Error,
         "KtPositionControlSystem::addDesiredPlacement(): the placement of end effector %d is not finite.\n",
@@ -335,7 +325,7 @@ bool KtPositionControlSystem::updateState(const KtManipulatorSystemState& measur
   bool fits = from.size() == to.size();
   for (std::size_t m = 0; fits && m < to.size(); ++m) {
     fits = from[m].jointPositions().size() == to[m].jointPositions().size() &&
-           ktAllFinite(to[m].jointPositions()) && isFinitePlacement(to[m].coordinateSystemTransform());
+           ktAllFinite(to[m].jointPositions()) && ktIsFinite(to[m].coordinateSystemTransform());
   }
   if (!fits) {
     ktPrint(KtSeverity::Error,
