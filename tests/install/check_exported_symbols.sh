@@ -16,4 +16,8 @@ fi
 for class in Kt::baseControlInterface orlix::controlInterface KtSphere KtPropagationResultData; do
   grep -q "^$class::" <<< "$symbols" || { echo "$class is not exported"; exit 1; }
 done
+# An outside program deleting a polymorphic object needs the class's virtual table.
+for class in Kt::ReArray orlix::controlInterface KtShape; do
+  grep -qx "vtable for $class" <<< "$symbols" || { echo "the virtual table of $class is not exported"; exit 1; }
+done
 echo "$(wc -l <<< "$symbols") exported symbols, all of the interface classes"
