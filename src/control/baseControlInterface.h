@@ -65,7 +65,12 @@ class KT_EXPORT baseControlInterface {
   void setEndEffectorMotionThreshold(double threshold, unsigned long endEffectorIndex);
   void setIsHardConstraint(bool isHardConstraint, unsigned long endEffectorIndex);
 
+  // The arm's end-effector set from the file (also tried under "../data/"); the name is not kept.
   bool loadAndApplyNewEndEffectorSet(const KtString& filename);
+  // A new position control from the file (also tried under "../data/"). The name becomes the
+  // control-system file name even when the file cannot be read. Manipulators that the new
+  // control does not describe (added shapes, the customer) get a default description, which
+  // holds them still, so that the control can step the whole system.
   bool loadAndApplyNewControlSystem(const KtString& filename);
 
   // The customer is the last manipulator of the system (the tracked external object). Setting
