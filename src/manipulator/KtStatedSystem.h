@@ -65,7 +65,9 @@ class KtStatedSystem : public KtXmlCloneable<KtStatedSystem, KtXmlCompoundType> 
   // Adds an object of the given shape as a manipulator of its own: a fixed base without joints,
   // labelled `name`, with position and velocity state entries (at rest, base pose `pose`).
   // The shape is kept beside the system, by manipulator index, not in the document: a saved
-  // system holds the manipulator but not its shape. Returns the new manipulator's index.
+  // system holds the manipulator but not its shape, and reading a document drops the shapes
+  // kept. Returns the new manipulator's index (0, with a message, when the state does not have
+  // one entry per manipulator).
   std::size_t addShapeManipulator(const KtShape& shape, const Kt::coordinateSystemTransformation& pose,
                                   const std::string& name);
   // The shape added with a manipulator, or null for one that was not added that way.

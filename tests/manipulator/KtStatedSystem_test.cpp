@@ -141,6 +141,9 @@ TEST(KtStatedSystemTest, ShapesJoinAsManipulatorsOfTheirOwn) {
   }
   EXPECT_NE(copy.addedShape(2), stated.addedShape(2));
   ASSERT_NE(stated.activeState(3), nullptr);
+  ASSERT_TRUE(ktTestRead(copy, ktTestWrite(stated)));
+  EXPECT_EQ(copy.system().manipulator(3).identifier(), "crate");
+  EXPECT_EQ(copy.addedShape(2), nullptr);
   EXPECT_EQ(capture.text(), "");
 }
 
