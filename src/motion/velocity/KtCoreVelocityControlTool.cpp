@@ -22,8 +22,9 @@ constexpr KtReal kNegligiblePivot = 1e-12;
 constexpr KtReal kZeroPivotReplacement = 1e-300;
 
 // target[j] −= factor·source[j] for j < count; the two never overlap.
+template <typename Columns>
 void subtractMultiple(KtReal* __restrict target, const KtReal* __restrict source, KtReal factor,
-                      std::size_t count) {
+                      Columns count) {
   for (std::size_t j = 0; j < count; ++j) target[j] -= source[j] * factor;
 }
 
@@ -153,6 +154,7 @@ void KtCoreVelocityControlTool::clearRates() {
 void KtCoreVelocityControlTool::reshape(std::size_t m, std::size_t n) {
   if (m == m_storageRows && n == m_storageColumns) return;
   m_factors.resize(n * n);
+  m_lower.resize(n * n);
   m_pivots.resize(n);
   m_basisOrder.resize(n);
   m_leadingZeros.resize(n);
@@ -228,7 +230,10 @@ void KtCoreVelocityControlTool::copyJacobian(const Kt::ReArray& J, const Kt::ReA
   const std::size_t m = m_rowCount;
   const std::size_t n = columns;
   for (std::size_t r = 0; r < m; ++r) {
-    std::copy_n(J[r].data(), n, m_factors.data() + r * n);
+    // A loop of constant length is a few moves, where copy_n calls memcpy.
+    const KtReal* source = J[r].data();
+    KtReal* target = m_factors.data() + r * n;
+    for (std::size_t c = 0; c < n; ++c) target[c] = source[c];
     std::size_t zeros = 0;
     if (sparsity) {
       const std::vector<KtReal>& pattern = (*sparsity)[r];
@@ -244,8 +249,13 @@ void KtCoreVelocityControlTool::copyJacobian(const Kt::ReArray& J, const Kt::ReA
 }
 
 // Row k becomes row k of L and U: each earlier row i removes its column from it, in order,
-// with the multiplier kept in place. The pivot is the first of the largest entries from
-// column k on; multipliers in the row's structurally zero leading part are zero and skipped.
+// with the multiplier kept in L. The pivot is the first of the largest entries from column k
+// on; multipliers in the row's structurally zero leading part are zero and skipped (its
+// entries there are taken into L as they are).
+//
+// Nothing left of U's diagonal is ever read, so row i is subtracted whole (a row of constant
+// length unrolls into a few vector operations): what that leaves in the columns up to i,
+// which row k has finished with, is ignored.
 template <typename Columns>
 std::size_t KtCoreVelocityControlTool::factorRows(std::size_t first, std::size_t last,
                                                   std::size_t rowsPresent, Columns columns) {
@@ -253,11 +263,14 @@ std::size_t KtCoreVelocityControlTool::factorRows(std::size_t first, std::size_t
   KtReal* factors = m_factors.data();
   for (std::size_t k = first; k < last; ++k) {
     KtReal* entries = factors + k * n;
+    KtReal* lower = m_lower.data() + k * n;
     const KtReal scale = largestMagnitude(entries, n);
-    for (std::size_t i = m_leadingZeros[k]; i < k; ++i) {
+    const std::size_t zeros = m_leadingZeros[k];
+    for (std::size_t i = 0; i < zeros; ++i) lower[i] = entries[i];
+    for (std::size_t i = zeros; i < k; ++i) {
       const KtReal multiplier = entries[i] * m_reciprocalPivots[i];
-      entries[i] = multiplier;
-      subtractMultiple(entries + i + 1, factors + i * n + i + 1, multiplier, n - i - 1);
+      lower[i] = multiplier;
+      subtractMultiple(entries, factors + i * n, multiplier, columns);
     }
     std::size_t pivot = k;
     KtReal largest = std::fabs(entries[k]);
@@ -319,9 +332,7 @@ void KtCoreVelocityControlTool::formNullSpaceRows(const Kt::ReArray* W, Columns 
     KtReal* entries = m_factors.data() + (m + j) * n;
     const KtReal* basis = m_basis.data() + j * m;
     if (W == nullptr) {
-      std::copy_n(basis, m, entries);
-      std::fill(entries + m, entries + n, 0.0);
-      entries[m + j] = 1.0;
+      for (std::size_t c = 0; c < n; ++c) entries[c] = c < m ? basis[c] : (c == m + j ? 1.0 : 0.0);
       continue;
     }
     KtReal* sum = m_weightedBasis.data();
@@ -343,7 +354,7 @@ void KtCoreVelocityControlTool::substitute(const std::array<KtReal*, Count>& x, 
   const std::size_t n = columns;
   std::array<KtReal, Count> sums;
   for (std::size_t r = 0; r < n; ++r) {
-    const KtReal* entries = m_factors.data() + r * n;
+    const KtReal* entries = m_lower.data() + r * n;
     for (std::size_t c = 0; c < Count; ++c) sums[c] = x[c][r];
     for (std::size_t i = 0; i < r; ++i) {
       for (std::size_t c = 0; c < Count; ++c) sums[c] -= entries[i] * x[c][i];

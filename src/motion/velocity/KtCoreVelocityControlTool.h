@@ -85,9 +85,11 @@ class KtCoreVelocityControlTool {
 
   const KtReal* row(std::size_t r) const { return m_factors.data() + r * m_columnCount; }
 
-  // The factors, row-major with n entries a row: L below the diagonal (unit diagonal
-  // implied), U on and above it, all in the exchanged column order.
+  // The factors, row-major with n entries a row, in the exchanged column order: U on and above
+  // the diagonal of m_factors, L below the diagonal of m_lower (unit diagonal implied); nothing
+  // else in either is read.
   std::vector<KtReal> m_factors;
+  std::vector<KtReal> m_lower;
   // pivots[k]: the column exchanged with column k at step k.
   std::vector<std::size_t> m_pivots;
   // basisOrder[c]: the original column at position c once J is factored, the order that the
