@@ -100,6 +100,10 @@ bool KtCoreVelocityControlTool::solve(const Kt::ReArray& J, const Kt::ReArray* W
     return false;
   }
 
+  if (W == nullptr && m_nullity == 1) {
+    withColumnCount(n, [&](auto columns) { projectOnNullDirection(F, alpha, V, columns); });
+    return true;
+  }
   // Right-hand sides: the commanded velocities (or none), then the gradient projected on the
   // null space, −alpha·Nᵀ·F, with the basis in the exchanged column order.
   std::copy(V.begin(), V.end(), m_jointRates.begin());
@@ -113,6 +117,43 @@ bool KtCoreVelocityControlTool::solve(const Kt::ReArray& J, const Kt::ReArray* W
   const std::array<KtReal*, 2> solutions{m_jointRates.data(), m_nullSpaceRates.data()};
   withColumnCount(n, [&](auto columns) { substitute(solutions, columns); });
   return true;
+}
+
+// With W the identity and one free direction u = (b, 1) (exchanged order), the minimum is the
+// particular solution z of J·z = V whose free entry is zero, less its part along u together with
+// alpha·F's: q = z − u·uᵀ(z + alpha·F)/uᵀu. That needs J's factors only, where solving the core
+// matrix takes the full substitution of both right-hand sides.
+template <typename Columns>
+void KtCoreVelocityControlTool::projectOnNullDirection(const std::vector<KtReal>& F, KtReal alpha,
+                                                       const std::vector<KtReal>& V, Columns columns) {
+  const std::size_t n = columns, m = n - 1;
+  KtReal* z = m_exchanged.data();
+  for (std::size_t r = 0; r < m; ++r) {
+    const KtReal* lower = m_lower.data() + r * n;
+    KtReal sum = V[r];
+    for (std::size_t i = 0; i < r; ++i) sum -= lower[i] * z[i];
+    z[r] = sum;
+  }
+  for (std::size_t r = m; r-- > 0;) {
+    const KtReal* upper = m_factors.data() + r * n;
+    KtReal sum = z[r];
+    for (std::size_t t = r + 1; t < m; ++t) sum -= upper[t] * z[t];
+    z[r] = sum * m_reciprocalPivots[r];
+  }
+  z[m] = 0.0;
+  const KtReal* basis = m_basis.data();
+  KtReal length = 1.0, alongZ = 0.0, alongF = F[m_basisOrder[m]];
+  for (std::size_t k = 0; k < m; ++k) {
+    length += basis[k] * basis[k];
+    alongZ += basis[k] * z[k];
+    alongF += basis[k] * F[m_basisOrder[k]];
+  }
+  const KtReal goals = -alpha * alongF / length, total = goals - alongZ / length;
+  for (std::size_t k = 0; k < n; ++k) {
+    const KtReal direction = k < m ? basis[k] : 1.0;
+    m_jointRates[m_basisOrder[k]] = z[k] + total * direction;
+    m_nullSpaceRates[m_basisOrder[k]] = goals * direction;
+  }
 }
 
 bool KtCoreVelocityControlTool::prep(const Kt::ReArray& J, const Kt::ReArray& W,
@@ -161,6 +202,7 @@ void KtCoreVelocityControlTool::reshape(std::size_t m, std::size_t n) {
   m_reciprocalPivots.resize(n);
   m_basis.resize(m * (n - m));
   m_weightedBasis.resize(n);
+  m_exchanged.resize(n);
   m_storageRows = m;
   m_storageColumns = n;
 }

@@ -60,6 +60,11 @@ class KtCoreVelocityControlTool {
              const std::vector<KtReal>& V, std::size_t n, const Kt::ReArray* sparsity);
   // Checks the shapes, then factors the core matrix of J and W (n x n).
   bool factor(const Kt::ReArray& J, const Kt::ReArray* W, std::size_t n, const Kt::ReArray* sparsity);
+  // The rates when W is the identity and J leaves one free direction, from J's factors and
+  // the basis alone (the core matrix is factored all the same, for calc).
+  template <typename Columns>
+  void projectOnNullDirection(const std::vector<KtReal>& F, KtReal alpha, const std::vector<KtReal>& V,
+                              Columns n);
   // Both rate vectors become n zeros.
   void clearRates();
   void reshape(std::size_t m, std::size_t n);
@@ -104,6 +109,8 @@ class KtCoreVelocityControlTool {
   std::vector<KtReal> m_basis;
   // One row of Nᵀ·W in W's column order, while it is formed.
   std::vector<KtReal> m_weightedBasis;
+  // A vector in the exchanged column order, while the rates are formed.
+  std::vector<KtReal> m_exchanged;
   std::vector<KtReal> m_jointRates;
   std::vector<KtReal> m_nullSpaceRates;
   mutable Kt::ReArray m_basisInOriginalOrder;
