@@ -248,7 +248,7 @@ bool KtCoreVelocityControlTool::factorWith(const Kt::ReArray& J, const Kt::ReArr
             static_cast<int>(dependentJacobianRow));
     return false;
   }
-  formBasis();
+  formBasis(columns);
   // Rows 0..m−1 of the core matrix are J and are factored already; only the rows of Nᵀ·W
   // remain.
   formNullSpaceRows(W, columns);
@@ -350,12 +350,24 @@ void KtCoreVelocityControlTool::exchangeColumns(std::size_t k, std::size_t pivot
 
 // With J's factors U = [U11 U12] (U11 the leading m x m block), (b_j, e_j) with
 // U11·b_j = −U12·e_j is annihilated by U, hence by J; back substitution gives b_j.
-void KtCoreVelocityControlTool::formBasis() {
-  const std::size_t m = m_rowCount;
-  for (std::size_t j = 0; j < m_nullity; ++j) {
+// A single free direction with a constant column count fixes the row count too, so that the
+// substitution's loops unroll.
+template <typename Columns>
+void KtCoreVelocityControlTool::formBasis(Columns columns) {
+  if constexpr (!std::is_same_v<Columns, std::size_t>) {
+    if (m_nullity == 1) return formBasis(std::integral_constant<std::size_t, Columns::value - 1>{}, columns);
+  }
+  formBasis(m_rowCount, columns);
+}
+
+template <typename Rows, typename Columns>
+void KtCoreVelocityControlTool::formBasis(Rows rows, Columns columns) {
+  const std::size_t m = rows;
+  const std::size_t n = columns;
+  for (std::size_t j = 0; j < n - m; ++j) {
     KtReal* basis = m_basis.data() + j * m;
     for (std::size_t i = m; i-- > 0;) {
-      const KtReal* entries = row(i);
+      const KtReal* entries = m_factors.data() + i * n;
       KtReal sum = -entries[m + j];
       for (std::size_t t = i + 1; t < m; ++t) sum -= entries[t] * basis[t];
       basis[i] = sum * m_reciprocalPivots[i];

@@ -81,14 +81,15 @@ class KtCoreVelocityControlTool {
   std::size_t factorRows(std::size_t first, std::size_t last, std::size_t rowsPresent, Columns n);
   template <typename Columns>
   void exchangeColumns(std::size_t k, std::size_t pivot, std::size_t rowsPresent, Columns n);
-  void formBasis();
+  template <typename Columns>
+  void formBasis(Columns n);
+  template <typename Rows, typename Columns>
+  void formBasis(Rows m, Columns n);
   template <typename Columns>
   void formNullSpaceRows(const Kt::ReArray* W, Columns n);
   // Solves in place, for each of the given right-hand sides, with the factors.
   template <std::size_t Count, typename Columns>
   void substitute(const std::array<KtReal*, Count>& x, Columns n) const;
-
-  const KtReal* row(std::size_t r) const { return m_factors.data() + r * m_columnCount; }
 
   // The factors, row-major with n entries a row, in the exchanged column order: U on and above
   // the diagonal of m_factors, L below the diagonal of m_lower (unit diagonal implied); nothing
