@@ -22,8 +22,9 @@ constexpr KtReal kNegligiblePivot = 1e-12;
 constexpr KtReal kZeroPivotReplacement = 1e-300;
 
 // target[j] −= factor·source[j] for j < count; the two never overlap.
+template <typename Columns>
 void subtractMultiple(KtReal* __restrict target, const KtReal* __restrict source, KtReal factor,
-                      std::size_t count) {
+                      Columns count) {
   for (std::size_t j = 0; j < count; ++j) target[j] -= source[j] * factor;
 }
 
@@ -99,6 +100,10 @@ bool KtCoreVelocityControlTool::solve(const Kt::ReArray& J, const Kt::ReArray* W
     return false;
   }
 
+  if (W == nullptr && m_nullity == 1) {
+    withColumnCount(n, [&](auto columns) { projectOnNullDirection(F, alpha, V, columns); });
+    return true;
+  }
   // Right-hand sides: the commanded velocities (or none), then the gradient projected on the
   // null space, −alpha·Nᵀ·F, with the basis in the exchanged column order.
   std::copy(V.begin(), V.end(), m_jointRates.begin());
@@ -112,6 +117,43 @@ bool KtCoreVelocityControlTool::solve(const Kt::ReArray& J, const Kt::ReArray* W
   const std::array<KtReal*, 2> solutions{m_jointRates.data(), m_nullSpaceRates.data()};
   withColumnCount(n, [&](auto columns) { substitute(solutions, columns); });
   return true;
+}
+
+// With W the identity and one free direction u = (b, 1) (exchanged order), the minimum is the
+// particular solution z of J·z = V whose free entry is zero, less its part along u together with
+// alpha·F's: q = z − u·uᵀ(z + alpha·F)/uᵀu. That needs J's factors only, where solving the core
+// matrix takes the full substitution of both right-hand sides.
+template <typename Columns>
+void KtCoreVelocityControlTool::projectOnNullDirection(const std::vector<KtReal>& F, KtReal alpha,
+                                                       const std::vector<KtReal>& V, Columns columns) {
+  const std::size_t n = columns, m = n - 1;
+  KtReal* z = m_exchanged.data();
+  for (std::size_t r = 0; r < m; ++r) {
+    const KtReal* lower = m_lower.data() + r * n;
+    KtReal sum = V[r];
+    for (std::size_t i = 0; i < r; ++i) sum -= lower[i] * z[i];
+    z[r] = sum;
+  }
+  for (std::size_t r = m; r-- > 0;) {
+    const KtReal* upper = m_factors.data() + r * n;
+    KtReal sum = z[r];
+    for (std::size_t t = r + 1; t < m; ++t) sum -= upper[t] * z[t];
+    z[r] = sum * m_reciprocalPivots[r];
+  }
+  z[m] = 0.0;
+  const KtReal* basis = m_basis.data();
+  KtReal length = 1.0, alongZ = 0.0, alongF = F[m_basisOrder[m]];
+  for (std::size_t k = 0; k < m; ++k) {
+    length += basis[k] * basis[k];
+    alongZ += basis[k] * z[k];
+    alongF += basis[k] * F[m_basisOrder[k]];
+  }
+  const KtReal goals = -alpha * alongF / length, total = goals - alongZ / length;
+  for (std::size_t k = 0; k < n; ++k) {
+    const KtReal direction = k < m ? basis[k] : 1.0;
+    m_jointRates[m_basisOrder[k]] = z[k] + total * direction;
+    m_nullSpaceRates[m_basisOrder[k]] = goals * direction;
+  }
 }
 
 bool KtCoreVelocityControlTool::prep(const Kt::ReArray& J, const Kt::ReArray& W,
@@ -153,12 +195,14 @@ void KtCoreVelocityControlTool::clearRates() {
 void KtCoreVelocityControlTool::reshape(std::size_t m, std::size_t n) {
   if (m == m_storageRows && n == m_storageColumns) return;
   m_factors.resize(n * n);
+  m_lower.resize(n * n);
   m_pivots.resize(n);
   m_basisOrder.resize(n);
   m_leadingZeros.resize(n);
   m_reciprocalPivots.resize(n);
   m_basis.resize(m * (n - m));
   m_weightedBasis.resize(n);
+  m_exchanged.resize(n);
   m_storageRows = m;
   m_storageColumns = n;
 }
@@ -204,7 +248,7 @@ bool KtCoreVelocityControlTool::factorWith(const Kt::ReArray& J, const Kt::ReArr
             static_cast<int>(dependentJacobianRow));
     return false;
   }
-  formBasis();
+  formBasis(columns);
   // Rows 0..m−1 of the core matrix are J and are factored already; only the rows of Nᵀ·W
   // remain.
   formNullSpaceRows(W, columns);
@@ -228,7 +272,10 @@ void KtCoreVelocityControlTool::copyJacobian(const Kt::ReArray& J, const Kt::ReA
   const std::size_t m = m_rowCount;
   const std::size_t n = columns;
   for (std::size_t r = 0; r < m; ++r) {
-    std::copy_n(J[r].data(), n, m_factors.data() + r * n);
+    // A loop of constant length is a few moves, where copy_n calls memcpy.
+    const KtReal* source = J[r].data();
+    KtReal* target = m_factors.data() + r * n;
+    for (std::size_t c = 0; c < n; ++c) target[c] = source[c];
     std::size_t zeros = 0;
     if (sparsity) {
       const std::vector<KtReal>& pattern = (*sparsity)[r];
@@ -244,8 +291,13 @@ void KtCoreVelocityControlTool::copyJacobian(const Kt::ReArray& J, const Kt::ReA
 }
 
 // Row k becomes row k of L and U: each earlier row i removes its column from it, in order,
-// with the multiplier kept in place. The pivot is the first of the largest entries from
-// column k on; multipliers in the row's structurally zero leading part are zero and skipped.
+// with the multiplier kept in L. The pivot is the first of the largest entries from column k
+// on; multipliers in the row's structurally zero leading part are zero and skipped (its
+// entries there are taken into L as they are).
+//
+// Nothing left of U's diagonal is ever read, so row i is subtracted whole (a row of constant
+// length unrolls into a few vector operations): what that leaves in the columns up to i,
+// which row k has finished with, is ignored.
 template <typename Columns>
 std::size_t KtCoreVelocityControlTool::factorRows(std::size_t first, std::size_t last,
                                                   std::size_t rowsPresent, Columns columns) {
@@ -253,11 +305,14 @@ std::size_t KtCoreVelocityControlTool::factorRows(std::size_t first, std::size_t
   KtReal* factors = m_factors.data();
   for (std::size_t k = first; k < last; ++k) {
     KtReal* entries = factors + k * n;
+    KtReal* lower = m_lower.data() + k * n;
     const KtReal scale = largestMagnitude(entries, n);
-    for (std::size_t i = m_leadingZeros[k]; i < k; ++i) {
+    const std::size_t zeros = m_leadingZeros[k];
+    for (std::size_t i = 0; i < zeros; ++i) lower[i] = entries[i];
+    for (std::size_t i = zeros; i < k; ++i) {
       const KtReal multiplier = entries[i] * m_reciprocalPivots[i];
-      entries[i] = multiplier;
-      subtractMultiple(entries + i + 1, factors + i * n + i + 1, multiplier, n - i - 1);
+      lower[i] = multiplier;
+      subtractMultiple(entries, factors + i * n, multiplier, columns);
     }
     std::size_t pivot = k;
     KtReal largest = std::fabs(entries[k]);
@@ -295,12 +350,24 @@ void KtCoreVelocityControlTool::exchangeColumns(std::size_t k, std::size_t pivot
 
 // With J's factors U = [U11 U12] (U11 the leading m x m block), (b_j, e_j) with
 // U11·b_j = −U12·e_j is annihilated by U, hence by J; back substitution gives b_j.
-void KtCoreVelocityControlTool::formBasis() {
-  const std::size_t m = m_rowCount;
-  for (std::size_t j = 0; j < m_nullity; ++j) {
+// A single free direction with a constant column count fixes the row count too, so that the
+// substitution's loops unroll.
+template <typename Columns>
+void KtCoreVelocityControlTool::formBasis(Columns columns) {
+  if constexpr (!std::is_same_v<Columns, std::size_t>) {
+    if (m_nullity == 1) return formBasis(std::integral_constant<std::size_t, Columns::value - 1>{}, columns);
+  }
+  formBasis(m_rowCount, columns);
+}
+
+template <typename Rows, typename Columns>
+void KtCoreVelocityControlTool::formBasis(Rows rows, Columns columns) {
+  const std::size_t m = rows;
+  const std::size_t n = columns;
+  for (std::size_t j = 0; j < n - m; ++j) {
     KtReal* basis = m_basis.data() + j * m;
     for (std::size_t i = m; i-- > 0;) {
-      const KtReal* entries = row(i);
+      const KtReal* entries = m_factors.data() + i * n;
       KtReal sum = -entries[m + j];
       for (std::size_t t = i + 1; t < m; ++t) sum -= entries[t] * basis[t];
       basis[i] = sum * m_reciprocalPivots[i];
@@ -319,9 +386,7 @@ void KtCoreVelocityControlTool::formNullSpaceRows(const Kt::ReArray* W, Columns 
     KtReal* entries = m_factors.data() + (m + j) * n;
     const KtReal* basis = m_basis.data() + j * m;
     if (W == nullptr) {
-      std::copy_n(basis, m, entries);
-      std::fill(entries + m, entries + n, 0.0);
-      entries[m + j] = 1.0;
+      for (std::size_t c = 0; c < n; ++c) entries[c] = c < m ? basis[c] : (c == m + j ? 1.0 : 0.0);
       continue;
     }
     KtReal* sum = m_weightedBasis.data();
@@ -343,7 +408,7 @@ void KtCoreVelocityControlTool::substitute(const std::array<KtReal*, Count>& x, 
   const std::size_t n = columns;
   std::array<KtReal, Count> sums;
   for (std::size_t r = 0; r < n; ++r) {
-    const KtReal* entries = m_factors.data() + r * n;
+    const KtReal* entries = m_lower.data() + r * n;
     for (std::size_t c = 0; c < Count; ++c) sums[c] = x[c][r];
     for (std::size_t i = 0; i < r; ++i) {
       for (std::size_t c = 0; c < Count; ++c) sums[c] -= entries[i] * x[c][i];

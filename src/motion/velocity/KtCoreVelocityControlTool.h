@@ -60,6 +60,11 @@ class KtCoreVelocityControlTool {
              const std::vector<KtReal>& V, std::size_t n, const Kt::ReArray* sparsity);
   // Checks the shapes, then factors the core matrix of J and W (n x n).
   bool factor(const Kt::ReArray& J, const Kt::ReArray* W, std::size_t n, const Kt::ReArray* sparsity);
+  // The rates when W is the identity and J leaves one free direction, from J's factors and
+  // the basis alone (the core matrix is factored all the same, for calc).
+  template <typename Columns>
+  void projectOnNullDirection(const std::vector<KtReal>& F, KtReal alpha, const std::vector<KtReal>& V,
+                              Columns n);
   // Both rate vectors become n zeros.
   void clearRates();
   void reshape(std::size_t m, std::size_t n);
@@ -76,18 +81,21 @@ class KtCoreVelocityControlTool {
   std::size_t factorRows(std::size_t first, std::size_t last, std::size_t rowsPresent, Columns n);
   template <typename Columns>
   void exchangeColumns(std::size_t k, std::size_t pivot, std::size_t rowsPresent, Columns n);
-  void formBasis();
+  template <typename Columns>
+  void formBasis(Columns n);
+  template <typename Rows, typename Columns>
+  void formBasis(Rows m, Columns n);
   template <typename Columns>
   void formNullSpaceRows(const Kt::ReArray* W, Columns n);
   // Solves in place, for each of the given right-hand sides, with the factors.
   template <std::size_t Count, typename Columns>
   void substitute(const std::array<KtReal*, Count>& x, Columns n) const;
 
-  const KtReal* row(std::size_t r) const { return m_factors.data() + r * m_columnCount; }
-
-  // The factors, row-major with n entries a row: L below the diagonal (unit diagonal
-  // implied), U on and above it, all in the exchanged column order.
+  // The factors, row-major with n entries a row, in the exchanged column order: U on and above
+  // the diagonal of m_factors, L below the diagonal of m_lower (unit diagonal implied); nothing
+  // else in either is read.
   std::vector<KtReal> m_factors;
+  std::vector<KtReal> m_lower;
   // pivots[k]: the column exchanged with column k at step k.
   std::vector<std::size_t> m_pivots;
   // basisOrder[c]: the original column at position c once J is factored, the order that the
@@ -102,6 +110,8 @@ class KtCoreVelocityControlTool {
   std::vector<KtReal> m_basis;
   // One row of Nᵀ·W in W's column order, while it is formed.
   std::vector<KtReal> m_weightedBasis;
+  // A vector in the exchanged column order, while the rates are formed.
+  std::vector<KtReal> m_exchanged;
   std::vector<KtReal> m_jointRates;
   std::vector<KtReal> m_nullSpaceRates;
   mutable Kt::ReArray m_basisInOriginalOrder;

@@ -93,13 +93,18 @@ void expectOptimalRates(const Problem& p, const KtCoreVelocityControlTool& tool)
 
 TEST(KtCoreVelocityControlTool, RatesAreTheConstrainedMinimumAndSparsityChangesNothing) {
   TestRandom rng(901);
-  KtCoreVelocityControlTool dense, sparse, other;  // reused: reshaped as m changes
+  KtCoreVelocityControlTool dense, sparse, other, unit;  // reused: reshaped as m changes
   for (int c = 0; c < TestRandom::cases(); ++c) {
     for (const std::size_t m : {6u, 3u, 0u, 7u}) {
       const Problem p = randomProblem(rng, m, c % 2 == 1), goals = randomProblem(rng, 0, false);
       ASSERT_TRUE(dense.calcJointRates(p.J, p.W, p.F, p.alpha, p.V, kN));
       ASSERT_TRUE(sparse.calcJointRates(p.J, p.W, p.F, p.alpha, p.V, kN, &p.sparsity));
       expectOptimalRates(p, dense);
+      // W left out stands for the identity (a single free direction is projected out directly).
+      Problem identity = p;
+      identity.W.setToIdentity(kN, kN);
+      ASSERT_TRUE(unit.calcJointRates(p.J, p.F, p.alpha, p.V, kN, c % 2 == 1 ? &p.sparsity : nullptr));
+      expectOptimalRates(identity, unit);
       EXPECT_TRUE(sparse.jointRates() == dense.jointRates() &&
                   sparse.nullSpaceRates() == dense.nullSpaceRates());
       // Without a gradient scale the null space carries no motion; with m = n the goals and
