@@ -15,6 +15,9 @@ install(FILES
   src/math/coordinateSystemTransformation.h
   src/math/ReArray.h
   DESTINATION include/kt/math)
+install(FILES src/geometry/KtShape.h DESTINATION include/kt/geometry)
+install(FILES src/motion/position/KtPropagationResultData.h DESTINATION include/kt/motion/position)
+install(FILES src/control/baseControlInterface.h src/control/controlInterface.h DESTINATION include/kt/control)
 
 install(EXPORT ktTargets NAMESPACE kt:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/kt)
 configure_package_config_file(cmake/ktConfig.cmake.in

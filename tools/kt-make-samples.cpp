@@ -3,7 +3,8 @@
 // parameters and joint limits, the first also with published link masses), an arm with a
 // tracked free object, a compressed copy of the first, and end-effector sets for the first
 // arm, one per kind of end effector, and a velocity-control system for the first arm with the
-// position-control container that wraps it.
+// position-control container that wraps it, and a whole simulation of the first arm under that
+// position control.
 // Usage: kt-make-samples <output directory>
 #include <cstdio>
 #include <memory>
@@ -32,6 +33,7 @@
 #include "motion/position/KtPositionControlContainer.h"
 #include "motion/velocity/KtControlExpressionCore.h"
 #include "motion/velocity/KtVelocityControlSystem.h"
+#include "simulation/KtSystemSimulation.h"
 #include "xml/KtXmlFile.h"
 
 namespace {
@@ -270,6 +272,14 @@ KtPositionControlContainer positionControl() {
   return container;
 }
 
+// The first arm with its position control, looked at by the default camera.
+KtSystemSimulation simulationOf(const KtStatedSystem& arm) {
+  KtSystemSimulation simulation;
+  static_cast<KtStatedSystem&>(simulation.visualizableStatedSystem()) = arm;
+  simulation.positionControlContainer() = positionControl();
+  return simulation;
+}
+
 bool write(const KtXmlObject& object, const std::string& path) {
   if (ktWriteObjectToFile(object, path)) return std::printf("wrote %s\n", path.c_str()), true;
   std::fprintf(stderr, "could not write %s\n", path.c_str());
@@ -307,7 +317,8 @@ int main(int argc, char** argv) {
       write(craigSystem, directory + "craig_arm.xml") && write(craigSystem, directory + "craig_arm.xml.gz") &&
       write(paulSystem, directory + "paul_arm.xml") && write(pairSystem, directory + "arm_and_customer.xml");
   bool setsWritten = write(velocityControl(), directory + "craig_arm_velocity_control.xml") &&
-                     write(positionControl(), directory + "craig_arm_position_control.xml");
+                     write(positionControl(), directory + "craig_arm_position_control.xml") &&
+                     write(simulationOf(craigSystem), directory + "craig_arm_simulation.xml");
   for (const SampleSet& sample : sampleSets())
     setsWritten = write(sample.set, directory + sample.file) && setsWritten;
   return written && setsWritten ? 0 : 1;

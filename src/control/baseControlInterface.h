@@ -13,6 +13,7 @@
 class KtStatedSystem;
 class KtPositionControlContainer;
 class KtRenderWindow;
+class KtVisualizableStatedSystem;
 
 namespace Kt {
 
@@ -46,22 +47,36 @@ class KT_EXPORT baseControlInterface {
   bool setTime(double time);
 
   // Advances the control to the given time and reports the arm's first seven joint values and rates.
+  // No value that is not finite ever reaches the host: when the control refuses a step for a
+  // value that is not finite (or the result holds one), the outputs are the last good values
+  // (those of the last successful call, or of the state set by initializeAll or resetAll, with
+  // zero rates) and the result is false.
   bool calculateNewJointValuesAndRates(double time, std::vector<double>& jointValues,
                                        std::vector<double>& jointRates);
 
-  // End effector 0's pose for the given joint values; the live state is not touched.
+  // End effector 0's pose for the given joint values (manipulator 0's other joints and its base
+  // as they are now); the live state is not touched.
   bool computeEndEffectorPose(const std::vector<double>& jointValues,
                               coordinateSystemTransformation& pose) const;
+  // End effector 0's placement found by the last calculation; false when there is none.
   bool getLastActualEndEffectorPose(coordinateSystemTransformation& pose) const;
 
   double endEffectorMotionThreshold(unsigned long endEffectorIndex) const;
   void setEndEffectorMotionThreshold(double threshold, unsigned long endEffectorIndex);
   void setIsHardConstraint(bool isHardConstraint, unsigned long endEffectorIndex);
 
+  // The arm's end-effector set from the file (also tried under "../data/"); the name is not kept.
   bool loadAndApplyNewEndEffectorSet(const KtString& filename);
+  // A new position control from the file (also tried under "../data/"). The name becomes the
+  // control-system file name even when the file cannot be read. Manipulators that the new
+  // control does not describe (added shapes, the customer) get a default description, which
+  // holds them still, so that the control can step the whole system.
   bool loadAndApplyNewControlSystem(const KtString& filename);
 
-  // The customer is the last manipulator of the system (the tracked external object).
+  // The customer is the last manipulator of the system (the tracked external object). Setting
+  // its pose also hands a working copy of the system state, taken at the first call in the
+  // process, to the control as the measured state. While rendering is on, the result is false
+  // when the window cannot render (as in a process without a display): turn rendering off there.
   bool setCustomerPose(const coordinateSystemTransformation& pose);
   const coordinateSystemTransformation& customerPose() const;
   // Distance between manipulators 0 and 1 with the nearest point of each; false when they are
@@ -80,14 +95,32 @@ class KT_EXPORT baseControlInterface {
   static void sleep(double seconds);
 
  protected:
+  // Deletes the stated system, the control container and the render window.
+  void releaseOwned();
+  // The steps of initializeAll after the files are read: the working stated system and
+  // container from those loaded, the joint values and base pose applied to the arm, the
+  // container bound, and the window opened on the loaded system while rendering is on.
+  bool completeInitialization(const KtVisualizableStatedSystem& loaded,
+                              const KtPositionControlContainer& control,
+                              const std::vector<double>& initialJointValues,
+                              const coordinateSystemTransformation& basePose);
+
   std::unique_ptr<KtStatedSystem> m_statedSystem;
   std::unique_ptr<KtPositionControlContainer> m_positionControlContainer;
   std::unique_ptr<KtRenderWindow> m_renderWindow;
   bool m_renderingOn = true;
 
  private:
+  // Takes manipulator 0's first seven joint values of the live state, at rest, as the last good
+  // outputs.
+  void rememberCurrentJoints();
+
   KtString m_manipulatorSystemFilename;
   KtString m_controlSystemFilename;
+  // The outputs of the last successful calculation, handed out instead of values that are not
+  // finite.
+  std::vector<double> m_lastJointValues;
+  std::vector<double> m_lastJointRates;
 };
 
 }  // namespace Kt

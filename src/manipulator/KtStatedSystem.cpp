@@ -18,6 +18,8 @@ void KtStatedSystem::registerComponents() {
 }
 
 bool KtStatedSystem::read(KtXmlReader& reader) {
+  // The shapes kept beside the system belong to manipulators of the system being replaced.
+  m_addedShapes.clear();
   const bool read = KtXmlCompoundType::read(reader);
   validateLowLevelDimensions();
   return read;

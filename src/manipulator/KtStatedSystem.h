@@ -2,7 +2,10 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <map>
+#include <string>
 
+#include "geometry/KtShapeHolder.h"
 #include "manipulator/KtIntegrationStatus.h"
 #include "manipulator/KtManipulatorSystem.h"
 #include "manipulator/KtManipulatorSystemState.h"
@@ -59,6 +62,25 @@ class KtStatedSystem : public KtXmlCloneable<KtStatedSystem, KtXmlCompoundType> 
   bool gjkDistanceQuery(const KtManipulatorLink* link, const KtManipulatorLink* otherLink, KtReal& distance,
                         Kt::Vector& witness, Kt::Vector& otherWitness) const;
 
+  // Adds an object of the given shape as a manipulator of its own: a fixed base without joints,
+  // labelled `name`, with position and velocity state entries (at rest, base pose `pose`).
+  // The shape is kept beside the system, by manipulator index, not in the document: a saved
+  // system holds the manipulator but not its shape, and reading a document drops the shapes
+  // kept. Returns the new manipulator's index (0, with a message, when the state does not have
+  // one entry per manipulator).
+  std::size_t addShapeManipulator(const KtShape& shape, const Kt::coordinateSystemTransformation& pose,
+                                  const std::string& name);
+  // The shape added with a manipulator, or null for one that was not added that way.
+  const KtShape* addedShape(std::size_t manipulatorIndex) const;
+  // The distance between manipulators `first` and `second` over their link shapes, with the
+  // nearest point of each (system coordinates); `cutoff` when no pair of links lies closer.
+  // Until link shapes are interpreted no pair does: the answer is the cut-off and the points
+  // are zero. The two unnamed parameters and the selector are kept for that query. A bad index
+  // prints a message and answers the cut-off.
+  KtReal manipulatorDistance(int first, int second, KtReal /*tolerance*/, KtReal cutoff,
+                             Kt::Vector& firstPoint, Kt::Vector& secondPoint, int /*level*/,
+                             unsigned long selector) const;
+
  protected:
   void registerComponents() override;
 
@@ -75,6 +97,7 @@ class KtStatedSystem : public KtXmlCloneable<KtStatedSystem, KtXmlCompoundType> 
   KtManipulatorSystem m_system;
   KtManipulatorSystemState m_state;
   KtXmlKeptElement m_processingParameters;
+  std::map<std::size_t, KtShapeHolder> m_addedShapes;
 
   // Working data of the frame queries, not part of the document.
   mutable KtSystemActiveState m_activeStates;

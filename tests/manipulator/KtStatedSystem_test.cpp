@@ -4,6 +4,7 @@
 
 #include <limits>
 
+#include "geometry/KtShape.h"
 #include "manipulator/KtSystemActiveState.h"
 #include "manipulator/ManipulatorTestSupport.h"
 #include "support/PrintCapture.h"
@@ -83,6 +84,10 @@ TEST(KtStatedSystemTest, IndexChecksReportWithTheirExactTexts) {
   EXPECT_FALSE(stated.integrateIndividualState(2, 0.1, status));
   stated.state().velocityStates().resize(1);
   EXPECT_FALSE(stated.integrateIndividualState(1, 0.1, status));
+  Kt::Vector point(1.0, 1.0, 1.0), otherPoint(1.0, 1.0, 1.0);
+  EXPECT_EQ(stated.manipulatorDistance(0, 2, 0.0, 5.0, point, otherPoint, 0, 0), 5.0);
+  EXPECT_EQ(stated.addShapeManipulator(KtSphere(0.1), Kt::coordinateSystemTransformation(), "ball"), 0u);
+  EXPECT_EQ(stated.system().size(), 2u);
   EXPECT_EQ(
       capture.text(),
       "KtStatedSystem::setIndividualState(): manipulator index 2 to big for position state size, 2\n"
@@ -99,7 +104,47 @@ TEST(KtStatedSystemTest, IndexChecksReportWithTheirExactTexts) {
       "KtStatedSystem::activeState(): manipulator index 2 to big for system size, 2\n"
       "KtStatedSystem::activeState(): manipulator index -1 to big for system size, 2\n"
       "KtStatedSystem::integrateIndividualState(): manipulator index 2 to big for system size, 2\n"
-      "KtStatedSystem::integrateIndividualState(): manipulator index 1 to big for velocity state size, 1\n");
+      "KtStatedSystem::integrateIndividualState(): manipulator index 1 to big for velocity state size, 1\n"
+      "KtStatedSystem::manipulatorDistance(): manipulator index 2 to big for system size, 2\n"
+      "KtStatedSystem::addShapeManipulator(): the state holds 2 position and 1 velocity states for 2 "
+      "manipulators.\n");
+}
+
+// A shape becomes a fixed manipulator without joints, at rest at its pose, and its shape stays
+// with it through copies; until shapes are measured no pair comes within the cut-off.
+TEST(KtStatedSystemTest, ShapesJoinAsManipulatorsOfTheirOwn) {
+  KtStatedSystem stated = twoArmSystem();
+  stated.validateTopLevelDimensions();
+  stated.validateLowLevelDimensions();
+  const Kt::coordinateSystemTransformation pose(Kt::Vector(0.5, 0.2, 0.1), Kt::Orientation::zRotation(0.4));
+  PrintCapture capture;
+  ASSERT_EQ(stated.addShapeManipulator(KtCapsule(0.05, 0.3), pose, "tool"), 2u);
+  ASSERT_EQ(stated.addShapeManipulator(KtBox(0.1, 0.2, 0.3), pose, "crate"), 3u);
+  KtStatedSystem copy = stated;
+  for (const KtStatedSystem* system : {&stated, &copy}) {
+    const KtIndividualManipulator& tool = system->system().manipulator(2);
+    EXPECT_EQ(tool.identifier(), "tool");
+    EXPECT_EQ(tool.jointDof(), 0u);
+    EXPECT_TRUE(tool.isFixedBase());
+    EXPECT_EQ(system->state().positionStates()[2].coordinateSystemTransform(), pose);
+    EXPECT_TRUE(system->state().velocityStates()[3].jointVelocities().empty());
+    ASSERT_NE(system->addedShape(2), nullptr);
+    const auto* capsule = dynamic_cast<const KtCapsule*>(system->addedShape(2));
+    ASSERT_NE(capsule, nullptr);
+    EXPECT_EQ(capsule->length(), 0.3);
+    EXPECT_STREQ(system->addedShape(3)->kindName(), "box");
+    EXPECT_EQ(system->addedShape(1), nullptr);
+    Kt::Vector point(1.0, 1.0, 1.0), otherPoint(1.0, 1.0, 1.0);
+    EXPECT_EQ(system->manipulatorDistance(0, 2, 0.0, 1e300, point, otherPoint, 0, 3), 1e300);
+    EXPECT_EQ(point, Kt::Vector());
+    EXPECT_EQ(otherPoint, Kt::Vector());
+  }
+  EXPECT_NE(copy.addedShape(2), stated.addedShape(2));
+  ASSERT_NE(stated.activeState(3), nullptr);
+  ASSERT_TRUE(ktTestRead(copy, ktTestWrite(stated)));
+  EXPECT_EQ(copy.system().manipulator(3).identifier(), "crate");
+  EXPECT_EQ(copy.addedShape(2), nullptr);
+  EXPECT_EQ(capture.text(), "");
 }
 
 TEST(KtStatedSystemTest, BaseVelocityRotatesAsAVector) {

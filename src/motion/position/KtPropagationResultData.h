@@ -3,13 +3,14 @@
 #include <cstddef>
 #include <vector>
 
+#include "foundation/Export.h"
 #include "foundation/Types.h"
 
 // What one state calculation did to one manipulator: how far it stepped, how close its end
 // effectors came, how well conditioned its task was, and what was held back on the way (joints
 // stopped at a limit, commanded speeds cut by a filter's threshold, values that were not finite).
 // A failed calculation leaves the cleared state, apart from the reason it failed.
-class KtPropagationResultData {
+class KT_EXPORT KtPropagationResultData {
  public:
   // Every count and error zero, every flag false, the lists empty (their storage is kept).
   void clear();

@@ -1,9 +1,11 @@
-// Uses only the installed headers and the shared library: a pose applied to a point and
-// a small linear system solved.
+// Uses only the installed headers and the shared library: a pose applied to a point, a
+// small linear system solved, and a control interface that, with no files named, cannot
+// be initialised.
 #include <cmath>
 #include <cstdio>
 #include <vector>
 
+#include "control/controlInterface.h"
 #include "math/ReArray.h"
 #include "math/coordinateSystemTransformation.h"
 
@@ -20,6 +22,9 @@ int main() {
   std::vector<double> solution;
   if (!system.solve({3.0, 5.0}, solution)) return 1;
   if (std::fabs(solution[0] - 0.8) > 1e-12 || std::fabs(solution[1] - 1.4) > 1e-12) return 1;
+  orlix::controlInterface control;
+  control.turnOffRendering();
+  if (control.initializeJointAngles({0.0}) || control.addShape(KtSphere(0.1), pose, "ball") != 0) return 1;
   std::puts("installed kt package works");
   return 0;
 }
