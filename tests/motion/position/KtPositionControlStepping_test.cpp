@@ -187,8 +187,8 @@ TEST(KtPositionControlSteppingTest, TracksAReachablePoseWithinTheFilterThreshold
 }
 
 // Whatever the host does (random, unreachable or non-finite targets and feed-forwards, times equal,
-// backward, far ahead or not finite, measured states blended in), no joint leaves its limits and
-// no value stops being finite.
+// backward, far ahead or not finite, measured states blended in, states set out of range), no joint leaves
+// its limits and no value stops being finite.
 TEST(KtPositionControlSteppingTest, NoJointLeavesItsLimitsUnderRandomCalls) {
   TestRandom rng(4303);
   BoundArm arm;
@@ -206,6 +206,20 @@ TEST(KtPositionControlSteppingTest, NoJointLeavesItsLimitsUnderRandomCalls) {
     arm.container.setDesiredPlacement(0, rng.integer(0, 1), Kt::coordinateSystemTransformation(where, turn));
     if (rng.integer(0, 10) == 0)
       arm.container.setDesiredVelocity(0, 1, {rng.uniform(-1, 1), 0.0, rng.integer(0, 1) == 0 ? nan : 0.1});
+    if (rng.integer(0, 30) == 0) {
+      // A state set from outside: joints beyond their limits are brought back onto them; a joint
+      // that is not finite refuses the calculation until the state is replaced.
+      std::vector<double> joints = arm.joints();
+      for (double& q : joints) q += rng.uniform(-4.0, 4.0);
+      const bool broken = rng.integer(0, 3) == 0;
+      if (broken) joints[static_cast<std::size_t>(rng.integer(0, 6))] = nan;
+      setJoints(arm.stated, joints);
+      if (broken) {
+        ASSERT_FALSE(arm.container.calculateState(arm.time() + 0.01, result));
+        ASSERT_TRUE(arm.container.propagationResults()[0].nonFiniteRejected());
+        setJoints(arm.stated, jointsInside(arm.arm(), rng, 0.0));
+      }
+    }
     const double times[] = {0.0, -0.1, 0.016, 0.02, 50.0, nan};
     successes += arm.container.calculateState(arm.time() + times[rng.integer(0, 5)], result);
     if (rng.integer(0, 30) == 0) {
