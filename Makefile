@@ -17,9 +17,13 @@ FORMATTED_SOURCES = $(shell git ls-files '*.h' '*.cpp' 2>/dev/null)
 
 .PHONY: demo test deps configure build test-plain test-sanitized fuzz bench format format-check clean
 
+# The toolkit demo (link frames, the flange Jacobian and the joint rates for a commanded flange
+# velocity), then the host demo, which drives the arm through the staged library it opens.
 demo: deps configure
-	cmake --build $(BUILD) -j $(JOBS) --target kt kt-demo
+	cmake --build $(BUILD) -j $(JOBS) --target kt kt-demo kt-host
 	$(BUILD)/tools/kt-demo
+	mkdir -p $(BUILD)/demo
+	$(BUILD)/tools/kt-host $(BUILD)/stage/lib/libkt.so data $(BUILD)/demo
 
 test: deps format-check test-plain test-sanitized fuzz
 

@@ -7,7 +7,7 @@ packages=(
   build-essential cmake git pkg-config clang-format
   zlib1g-dev libcurl4-openssl-dev
   libgtest-dev libgmock-dev libbenchmark-dev libeigen3-dev liborocos-kdl-dev
-  python3 libxml2-utils gzip clang libclang-rt-14-dev
+  python3 libxml2-utils gzip clang libclang-rt-14-dev gnuplot-nox
 )
 
 missing=()

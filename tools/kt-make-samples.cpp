@@ -226,17 +226,23 @@ std::vector<SampleSet> sampleSets() {
 // origin) is asked, softly, to stay where it is, which keeps the elbow from swinging about while
 // the null space is free; joints are pushed out of the last 0.3 rad before their limits; and all
 // rates are slowed together so that none exceeds 2 rad/s.
+// The elbow's wish must stay weaker than the push from the limits: once the flange has moved,
+// the elbow's old place is usually out of reach, and a strong pull toward it (weight 10, at up
+// to 1 m/s) drove joints into their limits, where the flange could no longer be held. With
+// weight 1 and the elbow's correction capped at 0.1 m/s its pull on a joint stays below the
+// limit push inside the zones.
 KtVelocityControlSystem velocityControl() {
   KtEndEffectorSet set = flangeSet<KtFrameEndEffector>();
   KtPointEndEffector elbow;
   elbow.setLinkIdentifier("craigArmLink4");
   elbow.setIsHardConstraint(false);
+  elbow.setMotionThreshold(0.1);
   set.addEndEffector(elbow);
 
   auto limits = std::make_unique<KtControlExpressionJointLimitAvoidance>();
   limits->setAvoidanceZone(0.3);
   auto handler = std::make_unique<KtWlsSoftConstraintHandler>();
-  handler->setWeight(10.0);
+  handler->setWeight(1.0);
   auto core = std::make_unique<KtControlExpressionCore>();
   core->matrix().setExpression(std::make_unique<KtControlExpressionIdentityMatrix>());
   core->vector().setExpression(std::move(limits));

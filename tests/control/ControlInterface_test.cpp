@@ -91,15 +91,15 @@ TEST(ControlInterface, FilesFallBackToDataBesideExceptTheConfiguration) {
   }
 }
 
-// Joint values are copied as far as both the values and the arm's joints go; the outputs
-// always hold seven values.
+// Joint values (inside the limits) are copied as far as both the values and the arm's joints go;
+// the outputs always hold seven values.
 TEST(ControlInterface, InitialJointValuesAreTruncatedToTheArm) {
   KtStatedSystem file;
   ASSERT_TRUE(ktReadObjectFromFile(file, sampleFile("craig_arm.xml")));
   const std::vector<KtReal> fileJoints = file.state().positionStates()[0].jointPositions();
   ASSERT_EQ(fileJoints.size(), 7u);
   const std::vector<std::vector<double>> inputs = {
-      {}, {0.1, -0.2, 0.3}, {0.1, 0.2, 0.3, 0.4, 0.5, 0.6, 0.7, 0.8, 0.9}};
+      {}, {0.1, -0.2, 0.3}, {0.1, 0.2, 0.3, -0.4, 0.5, 0.6, 0.7, 0.8, 0.9}};
   for (const std::vector<double>& input : inputs) {
     InspectableInterface control;
     ASSERT_TRUE(initializeSample(control, "craig_arm.xml", input));

@@ -73,6 +73,7 @@ bool KtPositionControlSystem::calculateState(KtReal time, KtManipulatorSystemSta
   sizeWorkspace();
   const KtVelocityStateReturnMode mode = checkedReturnMode();
   KtManipulatorSystemState& state = m_work.stated->state();
+  if (!admitState()) return false;
   if (!std::isfinite(time)) {
     ktPrint(KtSeverity::Error, "KtPositionControlSystem::calculateState(): the target time is not finite.\n");
     for (KtPropagationResultData& data : m_work.results) data.setNonFiniteRejected(true);
@@ -115,6 +116,31 @@ bool KtPositionControlSystem::calculateState(KtReal time, KtManipulatorSystemSta
   noteConditioning();
   result = state;
   if (mode == KtVelocityStateReturnMode::finiteDifference && interval > 0.0) fillResult(result, interval);
+  return true;
+}
+
+// The state may have been set from outside since the last calculation. Positions that are not
+// finite cannot be stepped from and refuse the calculation; joints beyond a limit are brought
+// back onto it (and noted as held there), so that no result ever lies outside the limits.
+bool KtPositionControlSystem::admitState() {
+  std::vector<KtPositionState>& positions = m_work.stated->state().positionStates();
+  const KtManipulatorSystem& system = m_work.stated->system();
+  for (std::size_t m = 0; m < m_work.results.size() && m < positions.size(); ++m) {
+    std::vector<KtReal>& joints = positions[m].jointPositions();
+    if (!ktAllFinite(joints) || !ktIsFinite(positions[m].coordinateSystemTransform())) {
+      ktPrint(KtSeverity::Error,
+              "KtPositionControlSystem::calculateState(): the state of manipulator %zu is not finite.\n", m);
+      return failCalculation(m, true);
+    }
+    const KtIndividualManipulator& manipulator = system.manipulator(m);
+    for (std::size_t j = 0; j < joints.size() && j < manipulator.jointDof(); ++j) {
+      const KtManipulatorLink& link = manipulator.link(j);
+      const KtReal held = std::clamp(joints[j], link.lowerLimitConstraint(), link.upperLimitConstraint());
+      if (held == joints[j]) continue;
+      joints[j] = held;
+      m_work.results[m].noteClampedJoint(j);
+    }
+  }
   return true;
 }
 

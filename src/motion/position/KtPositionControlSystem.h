@@ -53,10 +53,11 @@
 //   controlled state, 1 (or any larger rate, such as 1000) takes the measured one.
 //
 // No bad number leaves a calculation and no limit is crossed: desired placements and velocities
-// that are not finite are refused when set; a step whose commanded velocities, rates or new state
-// are not finite is refused, the whole calculation is undone and reported false, and the
-// diagnostics say so. Once warm (after one calculation with the same sets, modes and pass count),
-// a calculation allocates nothing.
+// that are not finite are refused when set; a bound state whose positions are not finite refuses
+// the calculation, and joints set beyond a limit are brought back onto it first; a step whose
+// commanded velocities, rates or new state are not finite is refused, the whole calculation is
+// undone and reported false, and the diagnostics say so. Once warm (after one calculation with the same sets,
+// modes and pass count), a calculation allocates nothing.
 //
 // Copies are unbound: they carry the components but none of the per-binding data.
 class KtPositionControlSystem : public KtXmlCloneable<KtPositionControlSystem, KtXmlCompoundType> {
@@ -166,6 +167,7 @@ class KtPositionControlSystem : public KtXmlCloneable<KtPositionControlSystem, K
   void storeRates(const std::vector<KtVelocityState>& rates);
   void noteConditioning();
   bool failCalculation(std::size_t manipulator, bool nonFinite);
+  bool admitState();
 
   KtVelocityControlSystem m_velocityControlSystem;
   KtXmlDefaulted<KtXmlBasicType<KtReal>> m_timeStep{0.008};
