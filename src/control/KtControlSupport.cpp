@@ -1,10 +1,13 @@
 #include "control/KtControlSupport.h"
 
 #include <algorithm>
+#include <span>
 #include <utility>
 
+#include "foundation/MathUtil.h"
 #include "foundation/Sleep.h"
-#include "manipulator/KtManipulatorSystemState.h"
+#include "manipulator/KtStatedSystem.h"
+#include "math/Finite.h"
 #include "motion/position/KtPositionControlContainer.h"
 #include "xml/KtXmlFile.h"
 
@@ -25,17 +28,29 @@ bool ktReadWithDataFallback(KtXmlObject& object, const KtString& name) {
   return ktReadObjectFromFile(object, name) || ktReadObjectFromFile(object, "../data/" + name);
 }
 
-void ktCopyJointValues(std::vector<KtReal>& jointPositions, const std::vector<double>& values) {
+bool ktCopyJointValues(const KtIndividualManipulator& arm, std::vector<KtReal>& jointPositions,
+                       const std::vector<double>& values) {
   const std::size_t count = std::min(jointPositions.size(), values.size());
-  std::copy_n(values.begin(), count, jointPositions.begin());
+  if (!ktAllFinite(std::span<const double>(values.data(), count))) return false;
+  for (std::size_t j = 0; j < count; ++j) {
+    if (j >= arm.jointDof()) {
+      jointPositions[j] = values[j];
+      continue;
+    }
+    const KtManipulatorLink& link = arm.link(j);
+    jointPositions[j] = std::clamp(values[j], link.lowerLimitConstraint(), link.upperLimitConstraint());
+  }
+  return true;
 }
 
-void ktApplyJointsAndBasePose(KtManipulatorSystemState& state, const std::vector<double>& values,
+bool ktApplyJointsAndBasePose(KtStatedSystem& stated, const std::vector<double>& values,
                               const Kt::coordinateSystemTransformation& basePose) {
-  if (state.positionStates().empty()) return;
-  KtPositionState& arm = state.positionStates()[0];
-  ktCopyJointValues(arm.jointPositions(), values);
+  if (stated.state().positionStates().empty() || stated.system().size() == 0) return true;
+  if (!ktIsFinite(basePose)) return false;
+  KtPositionState& arm = stated.state().positionStates()[0];
+  if (!ktCopyJointValues(stated.system().manipulator(0), arm.jointPositions(), values)) return false;
   arm.setCoordinateSystemTransform(ktConvertByMode(basePose));
+  return true;
 }
 
 void ktAddControlUpTo(KtPositionControlContainer& container, std::size_t manipulatorCount) {

@@ -5,8 +5,9 @@
 #include "foundation/Types.h"
 #include "math/coordinateSystemTransformation.h"
 
-class KtManipulatorSystemState;
+class KtIndividualManipulator;
 class KtPositionControlContainer;
+class KtStatedSystem;
 class KtXmlObject;
 
 // Helpers shared by the two control interface classes.
@@ -20,12 +21,15 @@ Kt::coordinateSystemTransformation ktConvertByMode(const Kt::coordinateSystemTra
 // name (the layout of an installed program beside its data directory).
 bool ktReadWithDataFallback(KtXmlObject& object, const KtString& name);
 
-// Manipulator 0's first joint positions take the given values, as many as both have; the
-// others keep theirs.
-void ktCopyJointValues(std::vector<KtReal>& jointPositions, const std::vector<double>& values);
-// That copy for manipulator 0 of the state, and its base pose (converted by mode); a state
-// without manipulators is left as it is.
-void ktApplyJointsAndBasePose(KtManipulatorSystemState& state, const std::vector<double>& values,
+// Manipulator 0's first joint positions take the given values, as many as both have, each
+// held inside its joint's limits; the others keep theirs. False, with nothing changed, when a
+// value to be taken is not finite: a host's bad number never reaches the state.
+bool ktCopyJointValues(const KtIndividualManipulator& arm, std::vector<KtReal>& jointPositions,
+                       const std::vector<double>& values);
+// That copy for manipulator 0 of the stated system, and its base pose (converted by mode); a
+// system without manipulators is left as it is. False, with nothing changed, for a value or a
+// pose that is not finite.
+bool ktApplyJointsAndBasePose(KtStatedSystem& stated, const std::vector<double>& values,
                               const Kt::coordinateSystemTransformation& basePose);
 
 // Gives the container a control description for every manipulator up to `manipulatorCount`

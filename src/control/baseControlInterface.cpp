@@ -136,7 +136,10 @@ bool baseControlInterface::completeInitialization(const KtVisualizableStatedSyst
   *m_statedSystem = loaded;
   m_positionControlContainer = std::make_unique<KtPositionControlContainer>();
   *m_positionControlContainer = control;
-  ktApplyJointsAndBasePose(m_statedSystem->state(), initialJointValues, basePose);
+  if (!ktApplyJointsAndBasePose(*m_statedSystem, initialJointValues, basePose)) {
+    releaseOwned();
+    return false;
+  }
   m_positionControlContainer->bind(*m_statedSystem);
   rememberCurrentJoints();
   if (m_renderingOn) {
@@ -154,7 +157,7 @@ bool baseControlInterface::initializeJointAngles(const std::vector<double>& init
 bool baseControlInterface::resetAll(const std::vector<double>& jointValues,
                                     const coordinateSystemTransformation& basePose) {
   if (!m_statedSystem || !m_positionControlContainer) return false;
-  ktApplyJointsAndBasePose(m_statedSystem->state(), jointValues, basePose);
+  if (!ktApplyJointsAndBasePose(*m_statedSystem, jointValues, basePose)) return false;
   rememberCurrentJoints();
   if (m_renderingOn && m_renderWindow) {
     m_renderWindow->showState(m_statedSystem->state());
@@ -224,7 +227,7 @@ bool baseControlInterface::computeEndEffectorPose(const std::vector<double>& joi
   if (set == nullptr || set->size() == 0) return false;
   const KtIndividualManipulator& arm = m_statedSystem->system().manipulator(0);
   KtPositionState position = m_statedSystem->state().positionStates()[0];
-  ktCopyJointValues(position.jointPositions(), jointValues);
+  if (!ktCopyJointValues(arm, position.jointPositions(), jointValues)) return false;
   KtManipulatorActiveState active;
   active.activePositionState().synchronize(arm);
   active.activePositionState().setPositionState(position);

@@ -20,7 +20,10 @@ namespace Kt {
 // The host's entry point: load an arm (manipulator-system file) and how to drive it (control-system
 // file), then command it cycle after cycle and read back joint values and rates. Joint vectors are
 // in the joint order of manipulator 0 of the loaded system, the arm; shorter or longer vectors are
-// not errors (inputs are truncated to the shorter length, outputs are always seven long). Every
+// not errors (inputs are truncated to the shorter length, outputs are always seven long). Joint
+// values given to initializeAll and the resets are held inside the joints' limits; a value or base
+// pose that is not finite is refused (false, nothing changed), so that neither a bad number nor a
+// joint beyond its limit can ever come back out. Every
 // failure is a false result (0 or 0.0 for counts and values); nothing is printed by this layer and
 // nothing is thrown. To be driven from one thread: some working objects are shared process-wide.
 class KT_EXPORT baseControlInterface {
