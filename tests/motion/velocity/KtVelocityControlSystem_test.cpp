@@ -172,6 +172,19 @@ TEST(KtVelocityControlSystemTest, SampleDocumentRoundTripsAndMeetsTheFlangeVeloc
                                                                *arm.stated.activeState(0));
   std::vector<double> flange = times(rows, rates);
   flange.resize(6);
-  expectNear(flange, velocities.velocity(0), 1e-10);
-  for (double rate : rates) EXPECT_LE(std::abs(rate), 2.0);
+  // The joint-rate filter may shorten the rates (near a singular pose) but keeps their direction,
+  // so the flange moves along the commanded velocity, at full speed unless a rate sits at the cap.
+  const std::vector<double> commanded = velocities.velocity(0);
+  const double scale = flange[0] / commanded[0];
+  EXPECT_GT(scale, 0.0);
+  EXPECT_LE(scale, 1.0 + 1e-12);
+  std::vector<double> scaled = commanded;
+  for (double& entry : scaled) entry *= scale;
+  expectNear(flange, scaled, 1e-10);
+  double largest = 0.0;
+  for (double rate : rates) largest = std::max(largest, std::abs(rate));
+  EXPECT_LE(largest, 2.0 + 1e-12);
+  if (scale < 1.0 - 1e-12) {
+    EXPECT_NEAR(largest, 2.0, 1e-9);
+  }
 }
