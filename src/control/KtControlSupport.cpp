@@ -32,14 +32,7 @@ bool ktCopyJointValues(const KtIndividualManipulator& arm, std::vector<KtReal>& 
                        const std::vector<double>& values) {
   const std::size_t count = std::min(jointPositions.size(), values.size());
   if (!ktAllFinite(std::span<const double>(values.data(), count))) return false;
-  for (std::size_t j = 0; j < count; ++j) {
-    if (j >= arm.jointDof()) {
-      jointPositions[j] = values[j];
-      continue;
-    }
-    const KtManipulatorLink& link = arm.link(j);
-    jointPositions[j] = std::clamp(values[j], link.lowerLimitConstraint(), link.upperLimitConstraint());
-  }
+  for (std::size_t j = 0; j < count; ++j) jointPositions[j] = arm.heldInLimits(j, values[j]);
   return true;
 }
 

@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "control/KtControlSupport.h"
+#include "foundation/MathUtil.h"
 #include "manipulator/KtDenavitHartenberg.h"
 #include "manipulator/KtManipulatorActiveState.h"
 #include "manipulator/KtStatedSystem.h"
@@ -69,22 +70,14 @@ void editArmEndEffector(KtPositionControlContainer* container, unsigned long ind
   *installed = set;
 }
 
-bool allFinite(const std::vector<double>& values) {
-  return std::all_of(values.begin(), values.end(), [](double v) { return std::isfinite(v); });
-}
-
-bool isIdentityWithin(const Kt::coordinateSystemTransformation& t, KtReal tolerance) {
-  return t.translation().approxEq(Kt::Vector(), tolerance) &&
-         t.orientation().approxEq(Kt::Orientation(), tolerance);
-}
-
 // a, alpha and d of a link given in Craig's convention (without a precursor that moves it);
 // empty for any other link.
 std::vector<double> craigRow(const KtManipulatorLink& link) {
   const KtDenavitHartenberg* dh = link.denavitHartenberg();
   if (dh == nullptr) return {};
   const bool craig = dh->dhType() == KtDhType::craig ||
-                     (dh->dhType() == KtDhType::generalCraig && isIdentityWithin(dh->precursor(), 1e-10));
+                     (dh->dhType() == KtDhType::generalCraig &&
+                      dh->precursor().approxEq(Kt::coordinateSystemTransformation(), 1e-10));
   if (!craig) return {};
   return {dh->a(), dh->alpha(), dh->d()};
 }
@@ -120,7 +113,12 @@ void baseControlInterface::releaseOwned() {
 bool baseControlInterface::initializeAll(const std::vector<double>& initialJointValues,
                                          const coordinateSystemTransformation& basePose) {
   releaseOwned();
-  KtVisualizableStatedSystem& loaded = loadedSystem();
+  return initializeFromSeparateFiles(loadedSystem(), initialJointValues, basePose);
+}
+
+bool baseControlInterface::initializeFromSeparateFiles(KtVisualizableStatedSystem& loaded,
+                                                       const std::vector<double>& initialJointValues,
+                                                       const coordinateSystemTransformation& basePose) {
   loaded = KtVisualizableStatedSystem();
   if (!ktReadWithDataFallback(loaded, m_manipulatorSystemFilename)) return false;
   KtPositionControlContainer control;
@@ -205,7 +203,7 @@ bool baseControlInterface::calculateNewJointValuesAndRates(double time, std::vec
     std::copy_n(positions.begin(), std::min(positions.size(), kOutputJoints), jointValues.begin());
     std::copy_n(velocities.begin(), std::min(velocities.size(), kOutputJoints), jointRates.begin());
   }
-  if (refused || !allFinite(jointValues) || !allFinite(jointRates)) {
+  if (refused || !ktAllFinite(jointValues) || !ktAllFinite(jointRates)) {
     jointValues = m_lastJointValues;
     jointRates = m_lastJointRates;
     return false;

@@ -100,6 +100,11 @@ class KT_EXPORT baseControlInterface {
  protected:
   // Deletes the stated system, the control container and the render window.
   void releaseOwned();
+  // Reads the loaded system and the control from the two separate files (each also tried under
+  // "../data/"), then completes the initialisation.
+  bool initializeFromSeparateFiles(KtVisualizableStatedSystem& loaded,
+                                   const std::vector<double>& initialJointValues,
+                                   const coordinateSystemTransformation& basePose);
   // The steps of initializeAll after the files are read: the working stated system and
   // container from those loaded, the joint values and base pose applied to the arm, the
   // container bound, and the window opened on the loaded system while rendering is on.

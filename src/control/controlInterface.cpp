@@ -37,18 +37,13 @@ bool controlInterface::initializeAll(const std::vector<double>& initialJointValu
                                      const Kt::coordinateSystemTransformation& basePose) {
   releaseOwned();
   KtVisualizableStatedSystem& loaded = loadedSystem();
-  KtPositionControlContainer control;
-  if (m_configurationFilename.empty()) {
-    loaded = KtVisualizableStatedSystem();
-    if (!ktReadWithDataFallback(loaded, manipulatorSystemFilename())) return false;
-    if (!ktReadWithDataFallback(control, controlSystemFilename())) return false;
-  } else {
-    *m_systemSimulation = KtSystemSimulation();
-    if (!m_systemSimulation->readFromFile(m_configurationFilename)) return false;
-    m_systemSimulation->copyVisualizableStatedSystem(loaded);
-    control = m_systemSimulation->positionControlContainer();
-  }
-  return completeInitialization(loaded, control, initialJointValues, basePose);
+  if (m_configurationFilename.empty())
+    return initializeFromSeparateFiles(loaded, initialJointValues, basePose);
+  *m_systemSimulation = KtSystemSimulation();
+  if (!m_systemSimulation->readFromFile(m_configurationFilename)) return false;
+  m_systemSimulation->copyVisualizableStatedSystem(loaded);
+  return completeInitialization(loaded, m_systemSimulation->positionControlContainer(), initialJointValues,
+                                basePose);
 }
 
 bool controlInterface::setDesiredEndEffectorPose(const Kt::coordinateSystemTransformation& pose,

@@ -171,6 +171,12 @@ bool KtIndividualManipulator::canCollide(int first, int second) const {
 
 namespace {}  // namespace
 
+KtReal KtIndividualManipulator::heldInLimits(std::size_t joint, KtReal value) const {
+  if (joint >= jointDof()) return value;
+  const KtManipulatorLink& limits = link(joint);
+  return std::clamp(value, limits.lowerLimitConstraint(), limits.upperLimitConstraint());
+}
+
 void KtIndividualManipulator::integrateState(const KtVelocityState& velocities, KtReal dt,
                                              KtPositionState& positions, KtIntegrationStatus& status) const {
   const std::vector<KtReal>& rates = velocities.jointVelocities();

@@ -31,6 +31,9 @@ class KtIndividualManipulator : public KtXmlCloneable<KtIndividualManipulator, K
   // Number of joints, one per link.
   std::size_t jointDof() const { return m_links.size(); }
   const KtManipulatorLink& link(std::size_t index) const { return *m_links[index]; }
+  // The value held inside the joint's limits; a value for an index past the joints is returned
+  // as it is.
+  KtReal heldInLimits(std::size_t joint, KtReal value) const;
   // The link for changing its kinematics or limits (its place in the tree stays).
   KtManipulatorLink& linkForModification(std::size_t index) { return *m_links[index]; }
   // The link (or the base) with that label, or null.

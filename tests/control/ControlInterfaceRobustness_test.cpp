@@ -6,6 +6,8 @@
 #include <vector>
 
 #include "control/ControlTestSupport.h"
+#include "foundation/MathUtil.h"
+#include "math/Finite.h"
 #include "support/AllocationCounter.h"
 #include "support/PrintCapture.h"
 #include "support/Random.h"
@@ -40,13 +42,6 @@ Kt::coordinateSystemTransformation wildPose(TestRandom& rng, double reach) {
   Kt::Orientation turn;
   turn.setFrom321Euler(wild(rng, -3, 3), rng.uniform(-1.5, 1.5), rng.uniform(-3, 3));
   return {Kt::Vector(wild(rng, -reach, reach), rng.uniform(-reach, reach), wild(rng, -reach, reach)), turn};
-}
-
-bool finite(const Kt::coordinateSystemTransformation& pose) {
-  const Kt::Vector& t = pose.translation();
-  const Kt::Orientation& q = pose.orientation();
-  return std::isfinite(t.x()) && std::isfinite(t.y()) && std::isfinite(t.z()) && std::isfinite(q.w()) &&
-         std::isfinite(q.x()) && std::isfinite(q.y()) && std::isfinite(q.z());
 }
 
 }  // namespace
@@ -93,15 +88,15 @@ TEST(ControlInterfaceRobustness, NoBadNumberAndNoLimitCrossedUnderRandomCalls) {
     if (std::isfinite(next)) time = next;
     ASSERT_EQ(values.size(), 7u);
     ASSERT_EQ(rates.size(), 7u);
-    ASSERT_TRUE(std::all_of(rates.begin(), rates.end(), [](double r) { return std::isfinite(r); })) << call;
+    ASSERT_TRUE(ktAllFinite(rates)) << call;
     ASSERT_TRUE(insideLimits(values)) << "call " << call;
     ASSERT_TRUE(insideLimits(control.stated()->state().positionStates()[0].jointPositions()))
         << "call " << call;
     Kt::coordinateSystemTransformation pose;
     const bool computed = control.computeEndEffectorPose(jointVector(rng), pose);
-    ASSERT_TRUE(!computed || finite(pose)) << "call " << call;
+    ASSERT_TRUE(!computed || ktIsFinite(pose)) << "call " << call;
     const bool actual = control.getLastActualEndEffectorPose(pose);
-    ASSERT_TRUE(!actual || finite(pose)) << "call " << call;
+    ASSERT_TRUE(!actual || ktIsFinite(pose)) << "call " << call;
   }
 }
 

@@ -133,9 +133,8 @@ bool KtPositionControlSystem::admitState() {
       return failCalculation(m, true);
     }
     const KtIndividualManipulator& manipulator = system.manipulator(m);
-    for (std::size_t j = 0; j < joints.size() && j < manipulator.jointDof(); ++j) {
-      const KtManipulatorLink& link = manipulator.link(j);
-      const KtReal held = std::clamp(joints[j], link.lowerLimitConstraint(), link.upperLimitConstraint());
+    for (std::size_t j = 0; j < joints.size(); ++j) {
+      const KtReal held = manipulator.heldInLimits(j, joints[j]);
       if (held == joints[j]) continue;
       joints[j] = held;
       m_work.results[m].noteClampedJoint(j);

@@ -343,10 +343,7 @@ bool KtPositionControlSystem::updateState(const KtManipulatorSystemState& measur
     if (m >= system.size()) continue;
     const KtIndividualManipulator& manipulator = system.manipulator(m);
     std::vector<KtReal>& joints = position.jointPositions();
-    for (std::size_t j = 0; j < joints.size() && j < manipulator.jointDof(); ++j) {
-      const KtManipulatorLink& link = manipulator.link(j);
-      joints[j] = std::clamp(joints[j], link.lowerLimitConstraint(), link.upperLimitConstraint());
-    }
+    for (std::size_t j = 0; j < joints.size(); ++j) joints[j] = manipulator.heldInLimits(j, joints[j]);
   }
   updateActualPlacements();
   return true;
