@@ -40,12 +40,6 @@ TEST(KtSystemSimulation, DocumentsRoundTripKeepingTheDataCapture) {
   const KtStatedSystem held = simulation.visualizableStatedSystem();
   EXPECT_TRUE(held.isEqual(arm));
   EXPECT_TRUE(simulation.positionControlContainer().isEqual(control));
-  KtVisualizableStatedSystem copied;
-  simulation.copyVisualizableStatedSystem(copied);
-  EXPECT_TRUE(copied.isEqual(simulation.visualizableStatedSystem()));
-  PrintCapture missing;
-  EXPECT_FALSE(KtSystemSimulation().readFromFile("missing.xml"));
-  EXPECT_EQ(missing.text(), "KtXmlReader Error: not able to open file: missing.xml\n");
 }
 
 // Propagating drives the simulation's own system toward the desired placement; a copy (whose
