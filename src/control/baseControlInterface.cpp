@@ -192,8 +192,7 @@ bool baseControlInterface::calculateNewJointValuesAndRates(double time, std::vec
   if (!m_positionControlContainer) return false;
   KtManipulatorSystemState& result = resultState();
   const bool calculated = m_positionControlContainer->calculateState(time, result);
-  const std::vector<KtPropagationResultData>& diagnostics = m_positionControlContainer->propagationResults();
-  const bool refused = !calculated && !diagnostics.empty() && diagnostics[0].nonFiniteRejected();
+  const bool refused = !calculated && m_positionControlContainer->system().nonFiniteRejected(0);
 
   jointValues.resize(kOutputJoints, 0.0);
   jointRates.resize(kOutputJoints, 0.0);

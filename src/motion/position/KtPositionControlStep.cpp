@@ -68,7 +68,7 @@ bool KtPositionControlSystem::calculateState(KtReal time, KtManipulatorSystemSta
     ktPrint(KtSeverity::Error, "KtPositionControlSystem::calculateState(): no stated system is bound.\n");
     return false;
   }
-  for (KtPropagationResultData& data : m_work.results) data.clear();
+  clearResults();
   if (!integrityCheck()) return false;
   sizeWorkspace();
   const KtVelocityStateReturnMode mode = checkedReturnMode();
@@ -82,10 +82,12 @@ bool KtPositionControlSystem::calculateState(KtReal time, KtManipulatorSystemSta
   for (std::size_t m = 0; m < m_work.results.size(); ++m)
     m_work.results[m].resetFilterScaleFactors(m_work.desired[m].size());
   if (!updateActualPlacements()) return failCalculation(0, false);
+  m_work.placementsCurrent = true;
   noteErrors(true);
 
   const KtReal now = state.time(), interval = time - now;
-  if (interval <= 0.0 || !m_isOn) {
+  const bool stepping = interval > 0.0 && m_isOn;
+  if (!stepping) {
     zeroRates();
     if (interval > 0.0) state.setTime(time);
     for (KtPropagationResultData& data : m_work.results) data.setTargetTimeReached(interval >= 0.0);
@@ -113,7 +115,7 @@ bool KtPositionControlSystem::calculateState(KtReal time, KtManipulatorSystemSta
     }
   }
   noteErrors(false);
-  noteConditioning();
+  noteConditioning(stepping);
   result = state;
   if (mode == KtVelocityStateReturnMode::finiteDifference && interval > 0.0) fillResult(result, interval);
   return true;
@@ -143,9 +145,14 @@ bool KtPositionControlSystem::admitState() {
   return true;
 }
 
+void KtPositionControlSystem::clearResults() {
+  for (KtPropagationResultData& data : m_work.results) data.clear();
+  m_work.conditioning.forget();
+}
+
 bool KtPositionControlSystem::failCalculation(std::size_t manipulator, bool nonFinite) {
   const bool flagged = manipulator < m_work.results.size() && m_work.results[manipulator].nonFiniteRejected();
-  for (KtPropagationResultData& data : m_work.results) data.clear();
+  clearResults();
   if (manipulator < m_work.results.size())
     m_work.results[manipulator].setNonFiniteRejected(nonFinite || flagged);
   return false;
@@ -207,10 +214,12 @@ bool KtPositionControlSystem::solveRates(std::vector<KtVelocityState>& rates) {
     rates[m].generalVelocity() = KtGeneralMotion();
     if (!isControlled(m)) continue;
     const unsigned index = static_cast<unsigned>(m);
-    if (!calcAllEndEffectorPlacements(*m_work.stated, index, m_work.actual[m]) ||
+    if ((!m_work.placementsCurrent &&
+         !calcAllEndEffectorPlacements(*m_work.stated, index, m_work.actual[m])) ||
         !calculateGeneralMotion(static_cast<int>(m), dt))
       return failCalculation(m, false);
   }
+  m_work.placementsCurrent = false;
   if (!m_velocityControlSystem.calculate(*m_work.stated, m_work.commanded, rates, dt))
     return failCalculation(0, false);
   return true;
@@ -293,13 +302,21 @@ void KtPositionControlSystem::noteErrors(bool before) {
   }
 }
 
-void KtPositionControlSystem::noteConditioning() {
-  const KtStatedSystem& stated = *m_work.stated;
+void KtPositionControlSystem::noteConditioning(bool stepped) {
   for (std::size_t m = 0; m < m_work.results.size(); ++m) {
     const KtIndividualVelocityControlDescription& description =
         *m_velocityControlSystem.individualVelocityControlDescription(static_cast<int>(m));
-    const Kt::ReArray& jacobian = description.endEffectorSet().jacobian(
-        stated.system().manipulator(m), description.isFixedBase(), *stated.activeState(static_cast<int>(m)));
-    m_work.results[m].setSmallestSingularValue(m_work.singularValue.of(jacobian));
+    const KtEndEffectorSet& set = description.endEffectorSet();
+    if (stepped && isControlled(m))
+      m_work.conditioning.keep(m, set.lastJacobian());
+    else
+      m_work.conditioning.keep(m,
+                               set.jacobian(m_work.stated->system().manipulator(m), description.isFixedBase(),
+                                            *m_work.stated->activeState(static_cast<int>(m))));
   }
+}
+
+const std::vector<KtPropagationResultData>& KtPositionControlSystem::propagationResults() const {
+  m_work.conditioning.settle(m_work.results);
+  return m_work.results;
 }

@@ -78,6 +78,7 @@ void KtPositionControlSystem::sizeWorkspace() {
   m_work.actual.resize(count);
   m_work.commanded.resize(count);
   m_work.results.resize(count);
+  m_work.conditioning.resize(count);
   m_work.rates.resize(count);
   m_work.firstPassRates.resize(count);
   m_work.firstPassPositions.resize(count);
@@ -241,8 +242,8 @@ bool KtPositionControlSystem::calculateGeneralMotion(int manipulator, KtReal dt)
     m_work.desired[m].offsetInSystem(index, desired);
     KtEndEffectorVelocityEntries& commanded = m_work.commanded[m].velocity(e);
     commanded.assign(set.rowCount(e), 0.0);
-    endEffector.filterEndEffectorVelocity(actual, desired, m_work.desiredVelocities[m].velocity(e), dt,
-                                          commanded);
+    const KtEndEffectorVelocityEntries& feedForward = m_work.desiredVelocities[m].velocity(e);
+    endEffector.filterEndEffectorVelocity(actual, desired, feedForward, dt, commanded);
     if (!ktAllFinite(commanded)) {
       m_work.results[m].setNonFiniteRejected(true);
       ktPrint(KtSeverity::Error,
@@ -253,7 +254,11 @@ bool KtPositionControlSystem::calculateGeneralMotion(int manipulator, KtReal dt)
       return false;
     }
     const KtReal threshold = endEffector.motionThreshold();
-    endEffector.filterEndEffectorVelocity(actual, desired, noFeedForward, dt, m_work.correction);
+    // Without a feed-forward the commanded velocity is the correction itself.
+    if (std::all_of(feedForward.begin(), feedForward.end(), [](KtReal v) { return v == 0.0; }))
+      m_work.correction.assign(commanded.begin(), commanded.end());
+    else
+      endEffector.filterEndEffectorVelocity(actual, desired, noFeedForward, dt, m_work.correction);
     endEffector.setMotionThreshold(std::numeric_limits<KtReal>::infinity());
     endEffector.filterEndEffectorVelocity(actual, desired, noFeedForward, dt, m_work.unclampedCorrection);
     endEffector.setMotionThreshold(threshold);

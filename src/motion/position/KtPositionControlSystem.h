@@ -140,7 +140,12 @@ class KtPositionControlSystem : public KtXmlCloneable<KtPositionControlSystem, K
   }
 
   // The diagnostics of the last calculation, one per manipulator.
-  const std::vector<KtPropagationResultData>& propagationResults() const { return m_work.results; }
+  const std::vector<KtPropagationResultData>& propagationResults() const;
+  // Whether the last calculation refused a value of manipulator m that was not finite; unlike
+  // propagationResults() it computes nothing, so a control loop can ask on every cycle.
+  bool nonFiniteRejected(std::size_t manipulator) const {
+    return manipulator < m_work.results.size() && m_work.results[manipulator].nonFiniteRejected();
+  }
 
  protected:
   void registerComponents() override;
@@ -165,7 +170,10 @@ class KtPositionControlSystem : public KtXmlCloneable<KtPositionControlSystem, K
   bool integrate(const std::vector<KtVelocityState>& rates, KtReal h);
   void combinePasses();
   void storeRates(const std::vector<KtVelocityState>& rates);
-  void noteConditioning();
+  // Keeps the task Jacobian of each manipulator for the conditioning diagnostics: the one its
+  // last solve used, or one formed in the present state when no step solved for it.
+  void noteConditioning(bool stepped);
+  void clearResults();
   bool failCalculation(std::size_t manipulator, bool nonFinite);
   bool admitState();
 

@@ -8,7 +8,7 @@
 #include "motion/endeffector/KtManipulatorEndEffectorPlacement.h"
 #include "motion/endeffector/KtManipulatorEndEffectorVelocity.h"
 #include "motion/position/KtPropagationResultData.h"
-#include "motion/position/KtSmallestSingularValue.h"
+#include "motion/position/KtTaskConditioning.h"
 
 // What a position-control system holds for the stated system it is bound to: per manipulator the
 // desired placements and velocities of its end effectors, their actual placements and commanded
@@ -26,11 +26,17 @@ struct KtPositionControlWorkspace {
   KtPositionControlWorkspace& operator=(KtPositionControlWorkspace&&) = default;
 
   KtStatedSystem* stated = nullptr;
+  // Whether the actual placements belong to the present state, so that the first solve of a
+  // calculation need not find them again.
+  bool placementsCurrent = false;
   std::vector<KtManipulatorEndEffectorPlacement> desired;
   std::vector<KtManipulatorEndEffectorVelocity> desiredVelocities;
   std::vector<KtManipulatorEndEffectorPlacement> actual;
   std::vector<KtManipulatorEndEffectorVelocity> commanded;
-  std::vector<KtPropagationResultData> results;
+  // The diagnostics of the last calculation. Each smallest singular value is filled in by the
+  // first read of the results (see KtTaskConditioning), which is why a const read may write here.
+  mutable std::vector<KtPropagationResultData> results;
+  mutable KtTaskConditioning conditioning;
 
   // The state when the calculation began (restored when it fails) and when the step began (the
   // start of both passes).
@@ -43,5 +49,4 @@ struct KtPositionControlWorkspace {
   // A filter's correction without feed-forward, clamped and unclamped.
   std::vector<KtReal> correction;
   std::vector<KtReal> unclampedCorrection;
-  KtSmallestSingularValue singularValue;
 };

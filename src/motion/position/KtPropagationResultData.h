@@ -35,8 +35,9 @@ class KT_EXPORT KtPropagationResultData {
   void setErrorsBefore(KtReal linear, KtReal angular);
   void setErrorsAfter(KtReal linear, KtReal angular);
 
-  // The smallest singular value of the stacked task Jacobian in the resulting state: near zero
-  // the arm is close to a singular configuration.
+  // The smallest singular value of the stacked task Jacobian that the last solve used (at the
+  // start of the last step; in the present state when no step was taken): near zero the arm is
+  // close to a singular configuration.
   KtReal smallestSingularValue() const { return m_smallestSingularValue; }
   void setSmallestSingularValue(KtReal value) { m_smallestSingularValue = value; }
 

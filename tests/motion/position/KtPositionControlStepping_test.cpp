@@ -74,32 +74,36 @@ TEST(KtPositionControlSteppingTest, CountsStepsAndCoversTheIntervalWithinTheLimi
   }
 }
 
-// Two passes of a smooth motion agree with one pass; passes that disagree about the direction
-// zero the rates (here they cancel, so the joints stay).
+// Two passes of a smooth motion carry the flange where one pass does, up to the error of one-pass
+// (Euler) steps along a curved joint path: each step leaves the straight flange path by at most
+// half the arm's reach times the squared joint step, which two passes cancel to second order.
+// Passes that disagree about the direction zero the rates (here they cancel, so the joints stay).
 TEST(KtPositionControlSteppingTest, TwoPassesAgreeOnSmoothMotionAndStopOnDisagreement) {
+  constexpr double kReach = 1.2;  // metres, more than the sample arm's outstretched length
+  constexpr int kSteps = 5;       // 0.04 s in steps of 0.008 s
   TestRandom rng(4301);
   for (int i = 0; i < 5; ++i) {
-    std::vector<std::vector<double>> joints, rates;
+    std::vector<Kt::Vector> moved;
+    double jointStep = 0.0;
     const std::vector<double> start = jointsInside(BoundArm().arm(), rng, 0.5);
     for (bool twoPasses : {false, true}) {
       BoundArm arm(flangeControl());
       arm.system().velocityControlSystem().endEffectorSet(0)->endEffector(0).setMotionThreshold(0.05);
       setJoints(arm.stated, start);
       ASSERT_TRUE(arm.container.bind(arm.stated));
-      const Kt::coordinateSystemTransformation far(arm.actual().translation() + Kt::Vector(0.3, -0.2, 0.1),
+      const Kt::Vector from = arm.actual().translation();
+      const Kt::coordinateSystemTransformation far(from + Kt::Vector(0.3, -0.2, 0.1),
                                                    arm.actual().orientation());
       ASSERT_TRUE(arm.container.setDesiredPlacement(0, 0, far));
       arm.system().setUseTwoPasses(twoPasses);
-      ASSERT_TRUE(arm.advance(0.04));
-      joints.push_back(arm.joints());
-      rates.push_back(arm.stated.state().velocityStates()[0].jointVelocities());
-      for (std::size_t j = 0; j < start.size(); ++j) joints.back()[j] -= start[j];
+      ASSERT_TRUE(arm.advance(kSteps * 0.008));
+      moved.push_back(arm.actual().translation() - from);
+      std::vector<double> displacement = arm.joints();
+      for (std::size_t j = 0; j < start.size(); ++j) displacement[j] -= start[j];
+      if (!twoPasses) jointStep = velocity_test::norm(displacement) / kSteps;
     }
-    EXPECT_GT(velocity_test::norm(joints[0]), 1e-3);
-    for (std::size_t j = 0; j < start.size(); ++j) {
-      EXPECT_NEAR(joints[1][j], joints[0][j], 1e-2 * velocity_test::norm(joints[0]));
-      EXPECT_NEAR(rates[1][j], rates[0][j], 5e-2 * velocity_test::norm(rates[0]));
-    }
+    EXPECT_NEAR(moved[1].mag(), 0.05 * kSteps * 0.008, 1e-6);
+    EXPECT_LT((moved[1] - moved[0]).mag(), kSteps * 0.5 * kReach * jointStep * jointStep + 1e-9);
   }
 
   auto control = fixedRates(kRates);
@@ -274,4 +278,30 @@ TEST(KtPositionControlSteppingTest, SmallestSingularValueMatchesAnSvd) {
     }
   }
   EXPECT_EQ(smallest.of(Kt::ReArray()), 0.0);
+
+  // The diagnostics report it for the stacked Jacobian that the last solve used (at the start of
+  // the last step), or for the present state when no step was taken; a refused call clears it.
+  BoundArm arm;
+  const auto svdOfJacobianNow = [&arm] {
+    const KtIndividualVelocityControlDescription& description =
+        *arm.system().velocityControlSystem().individualVelocityControlDescription(0);
+    const Kt::ReArray& j = description.endEffectorSet().jacobian(arm.arm(), description.isFixedBase(),
+                                                                 *arm.stated.activeState(0));
+    Eigen::MatrixXd e(j.rows(), j.columns());
+    for (std::size_t r = 0; r < j.rows(); ++r)
+      for (std::size_t c = 0; c < j.columns(); ++c) e(r, c) = j[r][c];
+    return Eigen::JacobiSVD<Eigen::MatrixXd>(e).singularValues().minCoeff();
+  };
+  const auto reported = [&arm] { return arm.container.propagationResults()[0].smallestSingularValue(); };
+  ASSERT_TRUE(arm.container.setDesiredPlacement(
+      0, 0, {arm.actual().translation() + Kt::Vector(0.1, 0, 0), arm.actual().orientation()}));
+  const double atStart = svdOfJacobianNow();
+  ASSERT_TRUE(arm.advance(arm.system().timeStep()));
+  EXPECT_NEAR(reported(), atStart, 1e-7);
+  ASSERT_TRUE(arm.advance(0.0));
+  EXPECT_NEAR(reported(), svdOfJacobianNow(), 1e-7);
+  EXPECT_GT(std::abs(reported() - atStart), 1e-7);
+  PrintCapture quiet;
+  ASSERT_FALSE(arm.advance(std::numeric_limits<double>::quiet_NaN()));
+  EXPECT_EQ(reported(), 0.0);
 }

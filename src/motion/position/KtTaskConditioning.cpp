@@ -1,0 +1,22 @@
+#include "motion/position/KtTaskConditioning.h"
+
+void KtTaskConditioning::resize(std::size_t manipulators) {
+  m_jacobians.resize(manipulators);
+  m_pending.resize(manipulators, false);
+}
+
+void KtTaskConditioning::keep(std::size_t manipulator, const Kt::ReArray& jacobian) {
+  if (manipulator >= m_jacobians.size()) return;
+  m_jacobians[manipulator].copyEntriesOf(jacobian);
+  m_pending[manipulator] = true;
+}
+
+void KtTaskConditioning::forget() { m_pending.assign(m_pending.size(), false); }
+
+void KtTaskConditioning::settle(std::vector<KtPropagationResultData>& results) {
+  for (std::size_t m = 0; m < m_pending.size() && m < results.size(); ++m) {
+    if (!m_pending[m]) continue;
+    results[m].setSmallestSingularValue(m_singularValue.of(m_jacobians[m]));
+    m_pending[m] = false;
+  }
+}
