@@ -1,7 +1,10 @@
 // One 1 kHz control cycle of the sample arm with its sample control document (a new desired
 // flange pose on a small circle, then one control step), through the exported arm interface and,
 // beside it, through the position-control container alone: the difference is what the interface
-// adds (its result state, the copies out to the host's vectors and the checks on them).
+// adds (its result state, the copies out to the host's vectors and the checks on them). Last, the
+// same control law stepped bare: the end effectors' placements, their filtered velocities toward
+// the desired placements, the joint rates of the sample description and a clamped Euler step,
+// without the position loop's planning, refusal checks and diagnostics.
 #include <benchmark/benchmark.h>
 
 #include <cmath>
@@ -11,7 +14,9 @@
 
 #include "control/controlInterface.h"
 #include "manipulator/KtStatedSystem.h"
+#include "motion/endeffector/KtEndEffectorSet.h"
 #include "motion/position/KtPositionControlContainer.h"
+#include "motion/velocity/KtIndividualVelocityControlDescription.h"
 #include "xml/KtXmlFile.h"
 
 namespace {
@@ -75,5 +80,47 @@ void BM_PositionControlContainerCycle(benchmark::State& state) {
   }
 }
 BENCHMARK(BM_PositionControlContainerCycle);
+
+void BM_SampleControlLawBareStep(benchmark::State& state) {
+  const std::string data = KT_BENCH_DATA_DIR;
+  KtStatedSystem stated;
+  KtPositionControlContainer container;
+  if (!ktReadObjectFromFile(stated, data + "/craig_arm.xml") ||
+      !ktReadObjectFromFile(container, data + "/craig_arm_position_control.xml")) {
+    state.SkipWithError("could not read the sample documents");
+    return;
+  }
+  std::vector<double>& joints = stated.state().positionStates()[0].jointPositions();
+  joints = kStart;
+  const KtIndividualManipulator& arm = stated.system().manipulator(0);
+  KtIndividualVelocityControlDescription& description =
+      *container.system().velocityControlSystem().individualVelocityControlDescription(0);
+  KtEndEffectorSet& set = description.endEffectorSet();
+  const double filterStep = container.system().timeStep();
+  // Every end effector is held where it starts, apart from the flange, which follows the circle.
+  std::vector<Kt::coordinateSystemTransformation> desired(set.size()), actual(set.size());
+  for (std::size_t e = 0; e < set.size(); ++e)
+    set.endEffector(e).calculatePlacement(arm, *stated.activeState(0), desired[e]);
+  const Kt::coordinateSystemTransformation home = desired[0];
+  KtManipulatorEndEffectorVelocity commanded;
+  commanded.resize(set.size());
+  const KtEndEffectorVelocityEntries noFeedForward;
+  std::vector<double> rates;
+  long cycle = 0;
+  for (auto _ : state) {
+    ++cycle;
+    desired[0] = onCircle(home, cycle);
+    for (std::size_t e = 0; e < set.size(); ++e) {
+      set.endEffector(e).calculatePlacement(arm, *stated.activeState(0), actual[e]);
+      set.endEffector(e).filterEndEffectorVelocity(actual[e], desired[e], noFeedForward, filterStep,
+                                                   commanded.velocity(e));
+    }
+    description.calculateJointRates(stated, 0, &commanded, rates, filterStep);
+    for (std::size_t j = 0; j < joints.size(); ++j)
+      joints[j] = arm.heldInLimits(j, joints[j] + rates[j] * kCycle);
+    benchmark::DoNotOptimize(joints.data());
+  }
+}
+BENCHMARK(BM_SampleControlLawBareStep);
 
 }  // namespace

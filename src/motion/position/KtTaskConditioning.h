@@ -23,7 +23,13 @@ class KtTaskConditioning {
   void settle(std::vector<KtPropagationResultData>& results);
 
  private:
-  std::vector<Kt::ReArray> m_jacobians;
+  // A Jacobian kept row by row in one flat buffer: a copy of a few dozen numbers per cycle.
+  struct Kept {
+    std::size_t rows = 0, columns = 0;
+    std::vector<KtReal> entries;
+  };
+  std::vector<Kept> m_kept;
   std::vector<bool> m_pending;
+  Kt::ReArray m_matrix;
   KtSmallestSingularValue m_singularValue;
 };
