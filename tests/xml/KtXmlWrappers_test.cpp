@@ -172,6 +172,7 @@ TEST(KtXmlWrappers, valuesThatCannotBeTakenAreReportedAndSkipped) {
        skipped("KtReArray", "element", "matrix", "x", unreadable, "list")},
       // Entries that do not fit the shape, however large it claims to be.
       {"<e><matrix rows=\"2\" columns=\"2\">1 2 3</matrix></e>", ""},
+      {"<e><matrix rows=\"1\" columns=\"2\">1 2 3</matrix></e>", ""},
       {"<e><matrix rows=\"4611686018427387904\" columns=\"4\">1 2 3 4</matrix></e>", ""},
       {"<e><matrix rows=\"2\">1 2</matrix></e>", ""},
       {"<e><vector x=\"a\" y=\"-inf\" z=\"1e999\"/></e>",
