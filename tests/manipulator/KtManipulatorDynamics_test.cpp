@@ -4,11 +4,9 @@
 #include <optional>
 
 #include "manipulator/KtManipulatorDynamics.h"
-#include "manipulator/KtStatedSystem.h"
 #include "manipulator/ManipulatorTestSupport.h"
 #include "support/AllocationCounter.h"
 #include "support/PrintCapture.h"
-#include "xml/KtXmlFile.h"
 
 using namespace manipulator_test;
 namespace dynamics = KtManipulatorDynamics;
@@ -16,12 +14,6 @@ namespace dynamics = KtManipulatorDynamics;
 namespace {
 
 constexpr int kEveryBody = KtManipulatorLink::kBaseLinkIndex;
-
-std::unique_ptr<KtIndividualManipulator> craigArm() {
-  KtStatedSystem stated;
-  EXPECT_TRUE(ktReadObjectFromFile(stated, std::string(KT_TEST_DATA_DIR) + "/craig_arm.xml"));
-  return std::make_unique<KtIndividualManipulator>(stated.system().manipulator(0));
-}
 
 // Joints of every kind hung from random earlier links or the base, with random primary offsets
 // and masses (every fourth link massless), on a base with mass.
@@ -134,7 +126,7 @@ KDL::Chain kdlChainWithInertia(const KtIndividualManipulator& arm,
 // The sample arm with its identified masses against KDL's mass matrix and gravity torques.
 TEST(KtManipulatorDynamicsTest, MassMatrixAndGravityAgreeWithKdl) {
   TestRandom rng(71);
-  const auto arm = craigArm();
+  const auto arm = loadSampleArm("craig_arm.xml");
   const unsigned n = static_cast<unsigned>(arm->jointDof());
   KtDynamicsWorkspace workspace;
   dynamics::prepare(*arm, workspace);
@@ -169,7 +161,7 @@ TEST(KtManipulatorDynamicsTest, TreesAgreeWithJacobiansAndDifferences) {
   TestRandom rng(72);
   constexpr double step = 1e-5;
   for (int c = 0; c < TestRandom::cases(); ++c) {
-    auto arm = c % 3 == 0 ? craigArm() : randomTree(rng, 8);
+    auto arm = c % 3 == 0 ? loadSampleArm("craig_arm.xml") : randomTree(rng, 8);
     arm->setFixedBase(c % 2 == 0);
     arm->setMassProperties(randomMassProperties(rng));
     KtDynamicsWorkspace workspace;
@@ -230,7 +222,7 @@ TEST(KtManipulatorDynamicsTest, WarmCallsAllocateNothing) {
 // A workspace not prepared for the manipulator, or a link index that names no link, is reported
 // and leaves the output as it was.
 TEST(KtManipulatorDynamicsTest, UnpreparedWorkspaceOrBadLinkIsReported) {
-  const auto arm = craigArm();
+  const auto arm = loadSampleArm("craig_arm.xml");
   KtManipulatorActiveState state;
   KtDynamicsWorkspace workspace;
   Kt::ReArray matrix(2, 2);
@@ -245,7 +237,8 @@ TEST(KtManipulatorDynamicsTest, UnpreparedWorkspaceOrBadLinkIsReported) {
   EXPECT_EQ(
       capture.text(),
       "KtManipulatorDynamics::massMatrix(): the workspace is prepared for 0 links and 0 columns, not 7 and "
-      "7; prepare it first.\n"
+      "7; "
+      "prepare it first.\n"
       "KtManipulatorDynamics::gravityTorques(): link index 7 out of range 7.\n"
       "KtManipulatorDynamics::gravityTorqueDerivative(): link index -1 out of range 7.\n"
       "KtManipulatorDynamics::gravityTorques(): the workspace is prepared for 7 links and 7 columns, not 7 "

@@ -212,13 +212,9 @@ inline std::vector<KDL::Frame> kdlFrames(const KtIndividualManipulator& arm,
 inline double frameDistance(const Kt::coordinateSystemTransformation& ours, const KDL::Frame& theirs) {
   double worst = 0.0;
   for (int axis = 0; axis < 3; ++axis) {
-    Kt::Vector unit;
-    unit[static_cast<std::size_t>(axis)] = 1.0;
-    const Kt::Vector column = ours.orientation() * unit;
-    for (int row = 0; row < 3; ++row) {
-      worst = std::max(worst, std::fabs(column[static_cast<std::size_t>(row)] - theirs.M(row, axis)));
-    }
-    worst = std::max(worst, std::fabs(ours.translation()[static_cast<std::size_t>(axis)] - theirs.p(axis)));
+    const Kt::Vector column = ours.orientation() * Kt::Vector(axis == 0, axis == 1, axis == 2);
+    for (int row = 0; row < 3; ++row) worst = std::max(worst, std::fabs(column[row] - theirs.M(row, axis)));
+    worst = std::max(worst, std::fabs(ours.translation()[axis] - theirs.p(axis)));
   }
   return worst;
 }

@@ -129,7 +129,8 @@ TEST(KtXmlWrappers, basicTypesParseAndFormatText) {
 // Values that a field cannot take leave it as it was, each with one warning that names the
 // element or attribute, the text, the document and the line: words that are not numbers,
 // numbers out of range, NaN and the infinities, unknown enumeration words, and lists of
-// numbers with one bad entry (refused as a whole).
+// numbers with one bad entry (refused as a whole). A matrix whose entries do not fit its shape
+// is left as it was.
 TEST(KtXmlWrappers, valuesThatCannotBeTakenAreReportedAndSkipped) {
   TestRandom rng(11);
   KtTestEverything original;
@@ -167,6 +168,13 @@ TEST(KtXmlWrappers, valuesThatCannotBeTakenAreReportedAndSkipped) {
        skipped("KtXmlVectorType", "element", "set", "5.5", unreadable, "list")},
       {"<e><matrix rows=\"1\" columns=\"2\">1 NaN</matrix></e>",
        skipped("KtReArray", "element", "matrix", "NaN", infinite, "list")},
+      {"<e><matrix rows=\"1\" columns=\"2\">1 x</matrix></e>",
+       skipped("KtReArray", "element", "matrix", "x", unreadable, "list")},
+      // Entries that do not fit the shape, however large it claims to be.
+      {"<e><matrix rows=\"2\" columns=\"2\">1 2 3</matrix></e>", ""},
+      {"<e><matrix rows=\"1\" columns=\"2\">1 2 3</matrix></e>", ""},
+      {"<e><matrix rows=\"4611686018427387904\" columns=\"4\">1 2 3 4</matrix></e>", ""},
+      {"<e><matrix rows=\"2\">1 2</matrix></e>", ""},
       {"<e><vector x=\"a\" y=\"-inf\" z=\"1e999\"/></e>",
        skipped("KtXmlVector", "attribute", "x", "a", unreadable, "attribute") +
            skipped("KtXmlVector", "attribute", "y", "-inf", infinite, "attribute") +
@@ -184,6 +192,15 @@ TEST(KtXmlWrappers, valuesThatCannotBeTakenAreReportedAndSkipped) {
 }
 
 }  // namespace
+
+// The matrix reports under the name of its persistent class.
+TEST(KtXmlWrappers, matrixReportsUnderItsOwnName) {
+  PrintCapture capture;
+  Kt::ReArray::Pivots pivots;
+  KtReArray tall(3, 2);
+  EXPECT_FALSE(tall.LUDecomposition(0, pivots));
+  EXPECT_EQ(capture.text().rfind("KtReArray::", 0), 0u) << capture.text();
+}
 
 // What the reader would refuse is written all the same, so that the document shows it, but
 // each value is reported and the document counts as not written.

@@ -16,13 +16,23 @@
 
 using namespace endeffector_test;
 
-// Each class is made by the factory from its element and goes through a document byte for byte
-// with every field set; at their defaults the frame-like classes' own weights and distances are
-// left out. The motion filters write what differs from their defaults, and only that.
-TEST(KtEndEffectorClassesTest, DocumentsRoundTripByteIdentically) {
-  TestRandom rng(92);
+// Every class, with every field away from its default, is made by the factory from its element
+// and goes through a document byte for byte; at their defaults the frame-like classes' own weights
+// and distances are left out. Its editing values go through a fresh object unchanged, reach the
+// fields they name, and leave the object they came from exactly as it was; a list of the wrong
+// length changes nothing, an unknown label is refused, "0" alone clears the hard-constraint flag.
+// The frame-like classes list their labels in order, read back offset, threshold and focus
+// distance, keep a field whose number is unreadable and turn a zero axis into the identity. A
+// feed-forward of another size than the class takes prints and leaves the commanded velocity as it was.
+TEST(KtEndEffectorClassesTest, EveryClassGoesThroughDocumentsAndEditingValues) {
+  TestRandom rng(91);
+  const std::vector<std::string> frameLabels = {"trans_x", "trans_y",          "trans_z",
+                                                "angle",   "axis_x",           "axis_y",
+                                                "axis_z",  "filter_threshold", "is_hard_constraint"};
+  const Kt::coordinateSystemTransformation at(Kt::Vector(1.0, 2.0, 3.0));
   for (const auto& original : everyClass(rng, "link3", "base")) {
-    SCOPED_TRACE(className(*original));
+    const std::string name = className(*original);
+    SCOPED_TRACE(name);
     const std::unique_ptr<KtXmlObject> made = KtXmlFactory::defaultFactory().create(original->elementToken());
     ASSERT_NE(made, nullptr);
     EXPECT_EQ(typeid(*made), typeid(*original));
@@ -31,50 +41,7 @@ TEST(KtEndEffectorClassesTest, DocumentsRoundTripByteIdentically) {
       EXPECT_EQ(plain.find(field), std::string::npos) << field;
     const std::string once = ktTestWrittenTwice(*original, *made);
     EXPECT_NE(once.find("<ct:" + original->elementToken().name()), std::string::npos) << once;
-  }
 
-  const KtPointMotionFilter defaultPoint;
-  const KtGeneralMotionFilter defaultGeneral;
-  KtPointMotionFilter point;
-  point.setThreshold(0.25);
-  point.setLinearGain(12.5);
-  KtGeneralMotionFilter general;
-  general.setOffset(Kt::Vector(0.5, -1.0, 2.0));
-  general.setAngularWeight(0.75);
-  general.setAngularGain(3.0);
-  const struct {
-    const KtXmlObject& filter;
-    std::vector<std::string> written;
-  } filters[] = {{defaultPoint, {}},
-                 {defaultGeneral, {}},
-                 {point, {"<ct:threshold>0.25</ct:threshold>", "<ct:linearGain>12.5</ct:linearGain>"}},
-                 {general,
-                  {"<ct:offset x=\"0.5\" y=\"-1\" z=\"2\"/>", "<ct:angularWeight>0.75</ct:angularWeight>",
-                   "<ct:angularGain>3</ct:angularGain>"}}};
-  for (const auto& f : filters) {
-    const std::string text = ktTestWrittenTwice(f.filter, *f.filter.newInstance());
-    for (const std::string& written : f.written) EXPECT_NE(text.find(written), std::string::npos) << written;
-    for (const std::string field : {"threshold", "linearGain", "angularGain", "angularWeight", "offset"}) {
-      const bool given = std::any_of(f.written.begin(), f.written.end(), [&](const std::string& w) {
-        return w.find(field) != std::string::npos;
-      });
-      EXPECT_EQ(text.find(field) != std::string::npos, given) << field << " in\n" << text;
-    }
-  }
-}
-
-// Every class's editing values go through a fresh object unchanged, reach the fields they name,
-// and leave the object they came from exactly as it was; a list of the wrong length changes nothing, an
-// unknown label is refused, "0" alone clears the hard-constraint flag. The frame-like classes list their
-// labels in order, read back offset, threshold and focus distance, keep a field whose number is unreadable
-// and turn a zero axis into the identity.
-TEST(KtEndEffectorClassesTest, EditingValuesRoundTripAndFollowTheParsingRules) {
-  TestRandom rng(91);
-  const std::vector<std::string> frameLabels = {"trans_x", "trans_y",          "trans_z",
-                                                "angle",   "axis_x",           "axis_y",
-                                                "axis_z",  "filter_threshold", "is_hard_constraint"};
-  for (const auto& original : everyClass(rng, "link3", "base")) {
-    SCOPED_TRACE(className(*original));
     const KtEditingValues values = original->editingValues();
     EXPECT_EQ(original->editingLabelCount(), values.size());
     const bool frameLike = dynamic_cast<KtFrameMotionEndEffector*>(original.get()) != nullptr;
@@ -105,6 +72,18 @@ TEST(KtEndEffectorClassesTest, EditingValuesRoundTripAndFollowTheParsingRules) {
       EXPECT_EQ(copied.weightedSum(), sum->weightedSum());
     }
 
+    // Frame-like classes take the six-entry general velocity, not one entry per row.
+    const std::size_t taken = frameLike ? 6 : original->rowCount();
+    std::vector<std::size_t> sizes = {taken + 1, taken > 1 ? taken - 1 : 2};
+    if (original->rowCount() != taken) sizes.push_back(original->rowCount());
+    for (const std::size_t size : sizes) {
+      KtEndEffectorVelocityEntries commanded = {4.0};
+      PrintCapture capture;
+      original->filterEndEffectorVelocity(at, at, KtEndEffectorVelocityEntries(size, 1.0), 0.01, commanded);
+      EXPECT_EQ(capture.text(), name + "::filterEndEffectorVelocity input velocity size wrong.");
+      EXPECT_EQ(commanded, KtEndEffectorVelocityEntries{4.0});
+    }
+
     if (frameLike) {
       std::vector<std::string> labels,
           expected(frameLabels.begin() + (values.size() < 8 ? 3 : 0), frameLabels.end());
@@ -130,24 +109,34 @@ TEST(KtEndEffectorClassesTest, EditingValuesRoundTripAndFollowTheParsingRules) {
   }
 }
 
-// A feed-forward of another size than the class takes prints and leaves the commanded velocity
-// as it was.
-TEST(KtEndEffectorClassesTest, FeedForwardOfTheWrongSizeIsReported) {
-  TestRandom rng(93);
-  const Kt::coordinateSystemTransformation at(Kt::Vector(1.0, 2.0, 3.0));
-  for (const auto& e : everyClass(rng, "link3", "base")) {
-    const bool frameLike = dynamic_cast<KtFrameMotionEndEffector*>(e.get()) != nullptr;
-    const std::string name = className(*e);
-    const std::size_t taken = frameLike ? 6 : e->rowCount();
-    // Frame-like classes take the six-entry general velocity, not one entry per row.
-    std::vector<std::size_t> sizes = {taken + 1, taken > 1 ? taken - 1 : 2};
-    if (e->rowCount() != taken) sizes.push_back(e->rowCount());
-    for (const std::size_t size : sizes) {
-      KtEndEffectorVelocityEntries commanded = {4.0};
-      PrintCapture capture;
-      e->filterEndEffectorVelocity(at, at, KtEndEffectorVelocityEntries(size, 1.0), 0.01, commanded);
-      EXPECT_EQ(capture.text(), name + "::filterEndEffectorVelocity input velocity size wrong.");
-      EXPECT_EQ(commanded, KtEndEffectorVelocityEntries{4.0});
+// The motion filters write what differs from their defaults, and only that.
+TEST(KtEndEffectorClassesTest, MotionFiltersWriteOnlyWhatDiffersFromTheirDefaults) {
+  const KtPointMotionFilter defaultPoint;
+  const KtGeneralMotionFilter defaultGeneral;
+  KtPointMotionFilter point;
+  point.setThreshold(0.25);
+  point.setLinearGain(12.5);
+  KtGeneralMotionFilter general;
+  general.setOffset(Kt::Vector(0.5, -1.0, 2.0));
+  general.setAngularWeight(0.75);
+  general.setAngularGain(3.0);
+  const struct {
+    const KtXmlObject& filter;
+    std::vector<std::string> written;
+  } filters[] = {{defaultPoint, {}},
+                 {defaultGeneral, {}},
+                 {point, {"<ct:threshold>0.25</ct:threshold>", "<ct:linearGain>12.5</ct:linearGain>"}},
+                 {general,
+                  {"<ct:offset x=\"0.5\" y=\"-1\" z=\"2\"/>", "<ct:angularWeight>0.75</ct:angularWeight>",
+                   "<ct:angularGain>3</ct:angularGain>"}}};
+  for (const auto& f : filters) {
+    const std::string text = ktTestWrittenTwice(f.filter, *f.filter.newInstance());
+    for (const std::string& written : f.written) EXPECT_NE(text.find(written), std::string::npos) << written;
+    for (const std::string field : {"threshold", "linearGain", "angularGain", "angularWeight", "offset"}) {
+      const bool given = std::any_of(f.written.begin(), f.written.end(), [&](const std::string& w) {
+        return w.find(field) != std::string::npos;
+      });
+      EXPECT_EQ(text.find(field) != std::string::npos, given) << field << " in\n" << text;
     }
   }
 }

@@ -162,8 +162,7 @@ TEST(KtEndEffectorSetTest, BadIndicesAndMissingPartsPrintTheirMessageAndChangeNo
   using Placement = KtManipulatorEndEffectorPlacement;
   const char* const noTool =
       "KtEndEffectorTool::calcEndEffectorPlacement(): attempt to calculate end-effector placement without "
-      "valid "
-      "manipulator and end-effector\n";
+      "valid manipulator and end-effector\n";
 
   const std::vector<std::pair<std::function<bool()>, const char*>> cases = {
       {[&] { return set.relativeLinkData(-1) == nullptr; },
@@ -241,13 +240,8 @@ TEST(KtEndEffectorSetTest, DocumentsRoundTripByteForByteAndValidate) {
   velocities.velocity(2) = {0.125};
 
   for (const KtXmlObject* object :
-       {static_cast<const KtXmlObject*>(&set), static_cast<const KtXmlObject*>(&placements),
-        static_cast<const KtXmlObject*>(&velocities)}) {
-    const std::string once = ktTestWrite(*object);
-    const std::unique_ptr<KtXmlObject> read = object->newInstance();
-    EXPECT_TRUE(ktTestRead(*read, once));
-    EXPECT_TRUE(read->isEqual(*object)) << once;
-    EXPECT_EQ(ktTestWrite(*read), once);
+       std::initializer_list<const KtXmlObject*>{&set, &placements, &velocities}) {
+    const std::string once = ktTestWrittenTwice(*object, *object->newInstance());
     EXPECT_TRUE(endeffector_test::validatesAgainstOwnSchema(*object, "roundTrip")) << once;
   }
 

@@ -89,6 +89,8 @@ TEST(KtPointLikeEndEffectorTest, DistancesMeasureTheConstrainedError) {
   xy.setMotionThreshold(0.25);
   KtLinearConstraintEndEffector sum;
   sum.setMotionThreshold(0.0);
+  KtCenterOfMassEndEffector com;
+  com.setMotionThreshold(0.25);
   const struct {
     const KtEndEffector& e;
     Placement first, second;
@@ -98,6 +100,7 @@ TEST(KtPointLikeEndEffectorTest, DistancesMeasureTheConstrainedError) {
       {xy, Placement(), Placement(Kt::Vector(3, 100, 4)), 5.0, 20.0},
       {sum, Placement(Kt::Vector(1e-300, 7, 7)), Placement(Kt::Vector(-2e-300, 0, 0)), 3e-300,
        3e-300 / ktSmallestPositive},
+      {com, Placement(), Placement(Kt::Vector(0, 3, 4)), 5.0, 20.0},
   };
   for (const auto& c : cases) {
     EXPECT_NEAR(c.e.linearDistance(c.first, c.second) / c.linear, 1.0, 1e-12) << typeid(c.e).name();

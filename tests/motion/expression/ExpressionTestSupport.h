@@ -20,26 +20,10 @@
 // would build for the sample arm, and central differences of a cost over the joint-space columns.
 namespace expression_test {
 
-// A leaf whose value is whatever the test gives it (a pair included, which no literal makes).
-class Given : public KtXmlCloneable<Given, KtControlExpression> {
- public:
-  explicit Given(KtExpressionValue value = {}) : m_given(std::move(value)) {}
-  bool prepare(const KtControlContext&) override {
-    m_value.shapeLike(m_given);
-    return true;
-  }
-  bool evaluate(const KtControlContext&) override {
-    m_value = m_given;
-    return true;
-  }
-
- private:
-  KtExpressionValue m_given;
-};
-
 using Node = std::unique_ptr<KtControlExpression>;
 
-inline Node given(KtExpressionValue value) { return std::make_unique<Given>(std::move(value)); }
+// A leaf whose value is whatever the test gives it (a pair included, which no constant class makes).
+inline Node given(const KtExpressionValue& value) { return std::make_unique<velocity_test::Literal>(value); }
 
 // An operator node over one or two operands.
 template <typename Operator>

@@ -83,7 +83,8 @@ struct Setting {
 };
 
 // Every class, read from its element with its fields set, goes through a document and back
-// byte for byte, and evaluates to the value worked out by hand.
+// byte for byte, and evaluates to the value worked out by hand; reading an expression moves the
+// tree revision on, so that owners know to prepare again.
 TEST(KtControlExpressionClassesTest, EveryClassReadsWritesAndEvaluates) {
   struct Case {
     std::string element;
@@ -137,7 +138,9 @@ TEST(KtControlExpressionClassesTest, EveryClassReadsWritesAndEvaluates) {
     auto original = made(c.element);
     auto copy = made(c.element);
     ASSERT_TRUE(original && copy);
+    const auto revision = KtControlExpression::treeRevision();
     ASSERT_TRUE(ktTestRead(*original, document(c.element, c.body)));
+    EXPECT_GT(KtControlExpression::treeRevision(), revision);
     ktTestWrittenTwice(*original, *copy);
     ASSERT_TRUE(copy->prepare(setting.context));
     ASSERT_TRUE(copy->evaluate(setting.context));
@@ -226,6 +229,20 @@ TEST(KtControlExpressionClassesTest, PrepareReportsWhatDoesNotFit) {
     EXPECT_EQ(expression->prepare(c.context), c.message.empty());
     EXPECT_EQ(capture.text(), c.message);
   }
+}
+
+// A second expression in a container's document is skipped with its line.
+TEST(KtControlExpressionClassesTest, AContainerKeepsItsFirstExpression) {
+  auto container = made("expressionContainer");
+  PrintCapture capture;
+  EXPECT_TRUE(ktTestRead(*container,
+                         document("expressionContainer", "\n" + e("expression", s + "\n" + single + "\n")),
+                         "two.xml"));
+  EXPECT_EQ(capture.text(),
+            "KtControlExpressionContainer Warning: a container holds one expression; the 1 after the first "
+            "are skipped.\n\tFile: two.xml\n\tLine: 4\n");
+  ASSERT_TRUE(container->prepare(KtControlContext{}) && container->evaluate(KtControlContext{}));
+  EXPECT_EQ(container->value().scalar(), 2.0);
 }
 
 // Once prepared, a tree of many kinds of node evaluates without allocating, again and again.

@@ -10,7 +10,6 @@
 #include "motion/expression/KtControlExpressionGravityGradient.h"
 #include "motion/expression/KtControlExpressionMassMatrix.h"
 #include "support/AllocationCounter.h"
-#include "support/PrintCapture.h"
 #include "xml/KtXmlFactory.h"
 #include "xml/KtXmlTextDocuments.h"
 
@@ -65,23 +64,4 @@ TEST(KtDynamicsExpressionsTest, LoadGradientDescendsTheSquaredLoadAndEvaluationA
         });
     velocity_test::expectNear(load.value().column(), expected, 1e-6 * velocity_test::norm(expected) + 1e-9);
   }
-}
-
-// A description whose base columns the manipulator's dynamics do not have, and a label that
-// names no link, are reported in prepare.
-TEST(KtDynamicsExpressionsTest, ReportsColumnsAndLabelsThatDoNotFit) {
-  TestRandom rng(422);
-  FlangeControl arm(rng);
-  KtControlExpressionMassMatrix mass;
-  KtControlExpressionGravitationalTorqueGradient load;
-  load.setLinkIdentifier("nowhere");
-  PrintCapture capture;
-  EXPECT_FALSE(mass.prepare(contextFor(arm, false)));
-  EXPECT_FALSE(load.prepare(contextFor(arm, true)));
-  EXPECT_FALSE(mass.prepare(KtControlContext{}));
-  EXPECT_EQ(capture.text(),
-            "KtControlExpressionMassMatrix::prepare(): the manipulator's dynamics have 7 columns, the "
-            "description 13.\n"
-            "KtControlExpressionGravitationalTorqueGradient::prepare(): no link labelled nowhere.\n"
-            "KtControlExpressionMassMatrix::prepare(): no manipulator state.\n");
 }

@@ -169,7 +169,7 @@ TEST(KtGradientExpressionDocumentsTest, WeightingsPenaliseTheMotionTheRatesCause
 TEST(KtGradientExpressionDocumentsTest, ReportsWhatItCannotEvaluate) {
   TestRandom rng(414);
   FlangeControl arm(rng);
-  const KtControlContext full = contextFor(arm, true);
+  const KtControlContext full = contextFor(arm, true), baseColumns = contextFor(arm, false);
   KtControlContext none, stateless = full, noJacobian = full, linkless = full;
   stateless.state = nullptr;
   noJacobian.jacobian = nullptr;
@@ -230,6 +230,16 @@ TEST(KtGradientExpressionDocumentsTest, ReportsWhatItCannotEvaluate) {
        "<ct:linkIdentifier>craigArmLink1</ct:linkIdentifier></ct:errorSensitivity>",
        &full, nullptr,
        "KtControlExpressionErrorSensitivity::prepare(): 1 end-effector weights where 6 are needed.\n"},
+      // The fixed base's dynamics have no base columns.
+      {"<ct:massMatrix/>", &baseColumns, nullptr,
+       "KtControlExpressionMassMatrix::prepare(): the manipulator's dynamics have 7 columns, the description "
+       "13.\n"},
+      {"<ct:massMatrix/>", &none, nullptr,
+       "KtControlExpressionMassMatrix::prepare(): no manipulator state.\n"},
+      {"<ct:gravitationalTorqueGradient><ct:linkIdentifier>nowhere</ct:linkIdentifier>"
+       "</ct:gravitationalTorqueGradient>",
+       &full, nullptr,
+       "KtControlExpressionGravitationalTorqueGradient::prepare(): no link labelled nowhere.\n"},
   };
   for (const Case& c : cases) {
     const std::unique_ptr<KtControlExpression> e = readExpression(c.document);

@@ -183,11 +183,9 @@ TEST(KtIndividualVelocityControlDescriptionTest, ReportsVelocitiesThatDoNotFitAn
       "KtIndividualVelocityControlDescription::calculateJointRates(): 0 end-effector velocities for 1 end "
       "effectors.\n"
       "KtIndividualVelocityControlDescription::calculateJointRates(): end effector 0 has 6 rows but 2 "
-      "velocity "
-      "entries.\n"
+      "velocity entries.\n"
       "KtControlExpressionCore::calculateJointRates(): attempt to calculate joint rates with a NULL "
-      "end-effector "
-      "velocity\n"
+      "end-effector velocity\n"
       "KtControlExpressionCore::calculateJointRates()-> Bad manipulator index, 3.\n"
       "KtControlExpressionCore::calculateJointRates(): the rates are not finite.\n");
   EXPECT_TRUE(rates.empty());
@@ -198,8 +196,7 @@ TEST(KtIndividualVelocityControlDescriptionTest, ReportsVelocitiesThatDoNotFitAn
   EXPECT_EQ(held, std::vector<double>(7, 0.0));
   EXPECT_EQ(capture.text(),
             "KtIndividualVelocityControlDescription::calculateJointRates(): the rates are not finite; the "
-            "arm is held "
-            "still.\n");
+            "arm is held still.\n");
   arm.description().setIsOn(false);
   EXPECT_TRUE(arm.description().calculateJointRates(arm.stated, 0, &shortOne, rates));
   EXPECT_EQ(rates, std::vector<double>(7, 0.0));

@@ -78,8 +78,7 @@ TEST(KtVelocityControlSystemTest, KeepsOneDescriptionAndTracksTheActiveOne) {
     EXPECT_FALSE(control.deleteControlDescription(1, 0));
     EXPECT_EQ(capture.text(),
               "KtVelocityControlSystem::deleteControlDescription(): Only ONE control description exists and "
-              "can NOT be "
-              "deleted");
+              "can NOT be deleted");
   }
   EXPECT_EQ(control.getNumControlDescriptions(1), 1);
   for (const char* label : {"a", "b", "c"}) {

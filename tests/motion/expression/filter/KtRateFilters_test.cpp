@@ -30,6 +30,7 @@ using MotionFilter = KtControlExpressionEndEffectorMotionFilter;
 using ErrorFilter = KtControlExpressionEndEffectorErrorFilter;
 using SimulationFilter = KtControlExpressionSimulationFilter;
 using TracksFilter = KtControlExpressionPlanarTracksFilter;
+using Node = std::unique_ptr<KtControlExpression>;
 
 KtControlContext columnsOnly(std::size_t columns, std::size_t rows = 0) {
   KtControlContext context;
@@ -39,7 +40,7 @@ KtControlContext columnsOnly(std::size_t columns, std::size_t rows = 0) {
 }
 
 template <typename Filter>
-std::unique_ptr<Filter> around(std::unique_ptr<KtControlExpression> operand) {
+std::unique_ptr<Filter> around(Node operand) {
   auto filter = std::make_unique<Filter>();
   if constexpr (std::is_same_v<Filter, SimulationFilter>) {
     filter->setUnfilteredRates(KtControlExpressionContainer(std::move(operand)));
@@ -51,6 +52,14 @@ std::unique_ptr<Filter> around(std::unique_ptr<KtControlExpression> operand) {
 
 bool run(KtControlExpression& filter, const KtControlContext& context) {
   return filter.prepare(context) && filter.evaluate(context);
+}
+
+// Runs a filter of the class around `operand`, set up by `setup` first.
+template <typename Filter, typename Setup>
+bool runSetUp(Node operand, const KtControlContext& context, Setup&& setup) {
+  auto filter = around<Filter>(std::move(operand));
+  setup(*filter);
+  return run(*filter, context);
 }
 
 // out = s·in for one factor s, to within rounding of in plus `slack`.
@@ -140,54 +149,29 @@ TEST(KtRateFiltersTest, ReportsOperandsWeightsAndMissingDataByExactText) {
   commanded.endEffectorVelocities = &velocities;
   auto scalar = [] { return std::make_unique<KtControlExpressionScalarConstant>(1.0); };
   auto rates = [](std::size_t n) { return literalColumn(Rates(n, 0.5)); };
-  const std::string operand =
-      "::prepare(): the unfiltered rates are a scalar of 1 x 1, not a column of 7 "
-      "joint-space rates.\n";
-  const std::vector<std::pair<std::function<bool()>, std::string>> cases = {
-      {[&] { return run(*around<JointRateFilter>(scalar()), seven); },
-       "KtControlExpressionJointRateFilter" + operand},
-      {[&] { return run(*around<MotionFilter>(scalar()), seven); },
-       "KtControlExpressionEndEffectorMotionFilter" + operand},
-      {[&] { return run(*around<ErrorFilter>(scalar()), seven); },
-       "KtControlExpressionEndEffectorErrorFilter" + operand},
-      {[&] { return run(*around<SimulationFilter>(scalar()), seven); },
-       "KtControlExpressionSimulationFilter" + operand},
-      {[&] { return run(*around<TracksFilter>(scalar()), seven); },
-       "KtControlExpressionPlanarTracksFilter" + operand},
+  std::vector<std::pair<std::function<bool()>, std::string>> cases = {
       {[&] { return SimulationFilter().prepare(seven); },
        "KtControlExpressionSimulationFilter::prepare(): no unfiltered rates.\n"},
-      {[&] {
-         auto filter = around<JointRateFilter>(rates(7));
-         filter->setWeights({1.0, 2.0});
-         return run(*filter, seven);
-       },
+      {[&] { return runSetUp<JointRateFilter>(rates(7), seven, [](auto& f) {
+               f.setWeights({1.0, 2.0});
+             }); },
        "KtControlExpressionJointRateFilter::prepare(): weights has 2 entries for 7 rows or columns.\n"},
       {[&] {
-         auto filter = around<MotionFilter>(rates(7));
-         filter->setHandVelocityWeights({1.0, -1.0, 1.0, 1.0, 1.0, 1.0});
-         return run(*filter, seven);
+         return runSetUp<MotionFilter>(rates(7), seven, [](auto& f) {
+           f.setHandVelocityWeights({1.0, -1.0, 1.0, 1.0, 1.0, 1.0});
+         });
        },
        "KtControlExpressionEndEffectorMotionFilter::prepare(): entry 1 of handVelocityWeights is -1; weights "
-       "must "
-       "not be negative.\n"},
-      {[&] {
-         auto filter = around<ErrorFilter>(rates(7));
-         filter->setWeights(Rates(8, 1.0));
-         return run(*filter, seven);
-       },
+       "must not be negative.\n"},
+      {[&] { return runSetUp<ErrorFilter>(rates(7), seven, [](auto& f) { f.setWeights(Rates(8, 1.0)); }); },
        "KtControlExpressionEndEffectorErrorFilter::prepare(): weights has 8 entries for 7 rows or "
        "columns.\n"},
-      {[&] {
-         auto filter = around<ErrorFilter>(rates(7));
-         filter->setDefaultWeight(0.0);
-         return run(*filter, seven);
-       },
+      {[&] { return runSetUp<ErrorFilter>(rates(7), seven, [](auto& f) { f.setDefaultWeight(0.0); }); },
        "KtControlExpressionEndEffectorErrorFilter::prepare(): entry 0 of defaultWeight is 0; weights must be "
        "positive.\n"},
       {[&] { return run(*around<MotionFilter>(rates(7)), seven); },
        "KtControlExpressionEndEffectorMotionFilter::calculateHandVelocityMeasure(): attempt to measure a "
-       "NULL "
-       "end-effector velocity\n"},
+       "NULL end-effector velocity\n"},
       {[&] { return run(*around<MotionFilter>(rates(7)), commanded); },
        "KtControlExpressionEndEffectorMotionFilter::calculateHandVelocityMeasure(): NULL position state.\n"},
       {[&] { return run(*around<ErrorFilter>(rates(7)), seven); },
@@ -195,6 +179,18 @@ TEST(KtRateFiltersTest, ReportsOperandsWeightsAndMissingDataByExactText) {
       {[&] { return run(*around<TracksFilter>(rates(13)), free); },
        "KtControlExpressionPlanarTracksFilter::evaluate(): NULL position state.\n"},
   };
+  // Every filter takes a column of joint-space rates.
+  const std::pair<const char*, std::function<Node(Node)>> filters[] = {
+      {"JointRateFilter", around<JointRateFilter>},
+      {"EndEffectorMotionFilter", around<MotionFilter>},
+      {"EndEffectorErrorFilter", around<ErrorFilter>},
+      {"SimulationFilter", around<SimulationFilter>},
+      {"PlanarTracksFilter", around<TracksFilter>}};
+  for (const auto& [name, make] : filters)
+    cases.emplace_back([&, make] { return run(*make(scalar()), seven); },
+                       "KtControlExpression" + std::string(name) +
+                           "::prepare(): the unfiltered rates are a scalar of 1 x 1, not a column of 7 "
+                           "joint-space rates.\n");
   for (const auto& [provoke, text] : cases) {
     PrintCapture capture;
     EXPECT_FALSE(provoke());

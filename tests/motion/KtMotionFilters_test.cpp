@@ -1,11 +1,13 @@
-#include "motion/KtGeneralMotionFilter.h"
-
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <numbers>
 
 #include "manipulator/ManipulatorTestSupport.h"
+#include "math/RotationOracle.h"
+#include "motion/KtGeneralMotionFilter.h"
+#include "motion/KtPointMotionFilter.h"
 
 namespace {
 
@@ -41,18 +43,9 @@ void expectNear(const Kt::Vector& actual, const Kt::Vector& expected, double tol
   EXPECT_NEAR(actual.z(), expected.z(), tolerance);
 }
 
-Kt::Vector rotationVector(const Kt::Orientation& q) {
-  double angle = 0.0;
-  Kt::Vector axis;
-  q.getAngleAxis(angle, axis);
-  return axis * angle;
-}
-
-Kt::Orientation randomRotation(TestRandom& rng, double largestAngle) {
-  Kt::Orientation q;
-  q.setFromAngleAxis(rng.uniform(-largestAngle, largestAngle),
-                     Kt::Vector(rng.uniform(-1, 1), rng.uniform(-1, 1), rng.uniform(-1, 1)).unitVector());
-  return q;
+// The rotation vector (axis times angle) of the turn from `from` to `to`.
+Kt::Vector rotationVector(const Kt::Orientation& from, const Kt::Orientation& to) {
+  return manipulator_test::angularRate(Kt::Orientation(), from.inverse() * to, 1.0);
 }
 
 }  // namespace
@@ -145,11 +138,10 @@ TEST(KtGeneralMotionFilterTest, OneStepShrinksSmallErrorsByTheGainFactor) {
     KtGeneralMotionFilter filter = unitFilter(randomPose(rng, 1.0).translation());
     filter.setLinearGain(linearGain);
     filter.setAngularGain(angularGain);
-    const Kt::coordinateSystemTransformation actual(randomPose(rng, 2.0).translation(),
-                                                    randomRotation(rng, kPi));
+    const Kt::coordinateSystemTransformation actual = randomPose(rng, 2.0);
     const Kt::coordinateSystemTransformation desired =
-        actual *
-        Kt::coordinateSystemTransformation(randomPose(rng, 1e-5).translation(), randomRotation(rng, 1e-5));
+        actual * Kt::coordinateSystemTransformation(randomPose(rng, 1e-5).translation(),
+                                                    rotation_oracle::randomRotation(rng, 1e-5).q);
     const Velocity v = filtered(filter, actual, desired, dt);
 
     Kt::Orientation moved = actual.orientation();
@@ -159,10 +151,26 @@ TEST(KtGeneralMotionFilterTest, OneStepShrinksSmallErrorsByTheGainFactor) {
     const Kt::Vector& offset = filter.offset();
     const Kt::Vector pointError = desired * offset - actual * offset;
     expectNear(desired * offset - next * offset, pointError * (1.0 - linearGain * dt), 1e-9);
-    const Kt::Vector rotationError =
-        actual.orientation() * rotationVector(actual.orientation().inverse() * desired.orientation());
-    const Kt::Vector nextRotationError =
-        next.orientation() * rotationVector(next.orientation().inverse() * desired.orientation());
-    expectNear(nextRotationError, rotationError * (1.0 - angularGain * dt), 1e-9);
+    expectNear(next.orientation() * rotationVector(next.orientation(), desired.orientation()),
+               actual.orientation() * rotationVector(actual.orientation(), desired.orientation()) *
+                   (1.0 - angularGain * dt),
+               1e-9);
+  }
+}
+
+// The commanded point velocity may be written over the feed-forward it adds: the correction is
+// taken, clamped and added without reading the output early.
+TEST(KtPointMotionFilterTest, OutputMayBeTheFeedForwardItself) {
+  const Kt::Vector actual(1.0, 1.0, -2.0), desired(4.0, 5.0, -2.0), feedForward(10.0, 0.0, -2.0);
+  for (const double threshold : {10.0, 2.5}) {
+    KtPointMotionFilter filter;
+    filter.setLinearGain(1.0);
+    filter.setThreshold(threshold);
+    Kt::Vector shared = feedForward;
+    filter.filterVelocity(actual, desired, shared, 0.0, shared);
+    EXPECT_EQ(shared, (desired - actual) * std::min(1.0, threshold / 5.0) + feedForward) << threshold;
+    KtPlanarVector planar = {feedForward.x(), feedForward.y()};
+    filter.filterPlanarVelocity({actual.x(), actual.y()}, {desired.x(), desired.y()}, planar, 0.0, planar);
+    EXPECT_EQ(planar, (KtPlanarVector{shared.x(), shared.y()})) << threshold;
   }
 }
