@@ -13,8 +13,8 @@ struct KtHalfAngleRow {
   KtReal d = 0.0;
   KtReal cosAlpha = 1.0;
   KtReal sinAlpha = 0.0;
-  // The joint's quaternion r as four lane-wise factors: with (ch, sh) the cosine and sine of
-  // half the joint value, the parent's quaternion p = (w, x, y, z) turns into
+  // The joint's quaternion r as four lane-wise factors: with (ch, sh) the cosine
+  // and sine of half the joint value, the parent's quaternion p = (w, x, y, z) turns into
   //   p·r = (ch·f[0])∘p + (ch·f[1])∘(x, w, z, y) + (sh·f[2])∘(y, z, w, x) + (sh·f[3])∘(z, y, x, w),
   // where ∘ multiplies lane by lane. The factors hold the half twist's cosine or sine with the
   // signs of the quaternion product.
