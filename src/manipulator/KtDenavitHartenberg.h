@@ -78,13 +78,8 @@ class KtDenavitHartenberg : public KtXmlCloneable<KtDenavitHartenberg, KtLinkKin
   }
   // For such a row: what the frame sweep needs of it besides the joint value.
   KtHalfAngleRow halfAngleRow() const {
-    return {m_rotationalRow == RotationalRow::paul,
-            m_a,
-            m_d,
-            m_cosAlpha,
-            m_sinAlpha,
-            m_cosHalfAlpha,
-            m_sinHalfAlpha};
+    return KtHalfAngleRow::of(m_rotationalRow == RotationalRow::paul, m_a, m_d, m_cosAlpha, m_sinAlpha,
+                              m_cosHalfAlpha, m_sinHalfAlpha);
   }
   void calculateTransform(Kt::coordinateSystemTransformation& result, KtReal q) const override;
   bool getUnitFrameMotion(KtGeneralMotion& motion) const override;
