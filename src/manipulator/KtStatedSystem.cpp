@@ -1,5 +1,9 @@
 #include "manipulator/KtStatedSystem.h"
 
+#include <bit>
+#include <cstdint>
+#include <vector>
+
 #include "foundation/Print.h"
 #include "manipulator/KtModelRevision.h"
 #include "xml/KtXmlNamespaces.h"
@@ -96,15 +100,63 @@ void KtStatedSystem::prepareActiveStates() const {
   m_preparedRevision = KtModelRevision::current();
 }
 
+namespace {
+
+// Non-zero when some of the `count` doubles differ in a bit; one pass without branches.
+std::uint64_t bitDifference(const KtReal* a, const KtReal* b, std::size_t count) {
+  std::uint64_t difference = 0;
+  for (std::size_t i = 0; i < count; ++i)
+    difference |= std::bit_cast<std::uint64_t>(a[i]) ^ std::bit_cast<std::uint64_t>(b[i]);
+  return difference;
+}
+
+std::uint64_t bitDifference(const std::vector<KtReal>& a, const std::vector<KtReal>& b) {
+  return a.size() != b.size() || bitDifference(a.data(), b.data(), a.size());
+}
+
+std::uint64_t bitDifference(const Kt::Vector& a, const Kt::Vector& b) {
+  const KtReal first[3] = {a.x(), a.y(), a.z()}, second[3] = {b.x(), b.y(), b.z()};
+  return bitDifference(first, second, 3);
+}
+
+// Bitwise equal states are equal for the setters of the active state too (a NaN aside, whose
+// frames come out the same when computed again), so a state that passes leaves them nothing to
+// do.
+bool sameBits(const KtPositionState& a, const KtPositionState& b) {
+  const Kt::coordinateSystemTransformation &first = a.coordinateSystemTransform(),
+                                           &second = b.coordinateSystemTransform();
+  const Kt::Orientation &p = first.orientation(), &q = second.orientation();
+  const KtReal turns[2][4] = {{p.w(), p.x(), p.y(), p.z()}, {q.w(), q.x(), q.y(), q.z()}};
+  return first.mode() == second.mode() &&
+         (bitDifference(turns[0], turns[1], 4) | bitDifference(first.translation(), second.translation()) |
+          bitDifference(a.jointPositions(), b.jointPositions())) == 0;
+}
+
+bool sameBits(const KtVelocityState& a, const KtVelocityState& b) {
+  const KtGeneralMotion &first = a.generalVelocity(), &second = b.generalVelocity();
+  return (bitDifference(first.linear(), second.linear()) | bitDifference(first.angular(), second.angular()) |
+          bitDifference(a.jointVelocities(), b.jointVelocities())) == 0;
+}
+
+}  // namespace
+
+// The usual query finds the states as the last one left them: a comparison of their bits then
+// stands in for the setters, which compare entry by entry and copy.
 KtManipulatorActiveState* KtStatedSystem::activeState(int manipulatorIndex) const {
   if (!manipulatorIndexValid(manipulatorIndex, "activeState")) return nullptr;
   if (m_preparedRevision != KtModelRevision::current() || m_activeStates.size() != m_system.size())
     prepareActiveStates();
   const auto index = static_cast<std::size_t>(manipulatorIndex);
   KtManipulatorActiveState& active = m_activeStates.manipulatorActiveState(index);
-  if (index < m_state.positionStates().size())
-    active.activePositionState().setPositionState(m_state.positionStates()[index]);
-  if (index < m_state.velocityStates().size()) active.setVelocityState(m_state.velocityStates()[index]);
+  if (index < m_state.positionStates().size()) {
+    const KtPositionState& position = m_state.positionStates()[index];
+    if (!sameBits(position, active.activePositionState().positionState()))
+      active.activePositionState().setPositionState(position);
+  }
+  if (index < m_state.velocityStates().size()) {
+    const KtVelocityState& velocity = m_state.velocityStates()[index];
+    if (!sameBits(velocity, active.velocityState())) active.setVelocityState(velocity);
+  }
   return &active;
 }
 
