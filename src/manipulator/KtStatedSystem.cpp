@@ -1,7 +1,6 @@
 #include "manipulator/KtStatedSystem.h"
 
-#include <bit>
-#include <cstdint>
+#include <cstring>
 #include <vector>
 
 #include "foundation/Print.h"
@@ -102,45 +101,38 @@ void KtStatedSystem::prepareActiveStates() const {
 
 namespace {
 
-// Non-zero when some of the `count` doubles differ in a bit; one pass without branches.
-std::uint64_t bitDifference(const KtReal* a, const KtReal* b, std::size_t count) {
-  std::uint64_t difference = 0;
-  for (std::size_t i = 0; i < count; ++i)
-    difference |= std::bit_cast<std::uint64_t>(a[i]) ^ std::bit_cast<std::uint64_t>(b[i]);
-  return difference;
+// Whether two values have the same bits. Bitwise equal states are equal for the setters of the
+// active state too (a NaN aside, whose frames come out the same when computed again), so a
+// state that passes leaves them nothing to do. The vectors and quaternions are their doubles
+// and nothing else, so their bytes can be compared whole.
+static_assert(sizeof(Kt::Vector) == 3 * sizeof(KtReal) && sizeof(Kt::Orientation) == 4 * sizeof(KtReal));
+
+template <typename Value>
+bool sameBits(const Value& a, const Value& b) {
+  return std::memcmp(&a, &b, sizeof(Value)) == 0;
 }
 
-std::uint64_t bitDifference(const std::vector<KtReal>& a, const std::vector<KtReal>& b) {
-  return a.size() != b.size() || bitDifference(a.data(), b.data(), a.size());
+bool sameBits(const std::vector<KtReal>& a, const std::vector<KtReal>& b) {
+  return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof(KtReal)) == 0;
 }
 
-std::uint64_t bitDifference(const Kt::Vector& a, const Kt::Vector& b) {
-  const KtReal first[3] = {a.x(), a.y(), a.z()}, second[3] = {b.x(), b.y(), b.z()};
-  return bitDifference(first, second, 3);
-}
-
-// Bitwise equal states are equal for the setters of the active state too (a NaN aside, whose
-// frames come out the same when computed again), so a state that passes leaves them nothing to
-// do.
 bool sameBits(const KtPositionState& a, const KtPositionState& b) {
   const Kt::coordinateSystemTransformation &first = a.coordinateSystemTransform(),
                                            &second = b.coordinateSystemTransform();
-  const Kt::Orientation &p = first.orientation(), &q = second.orientation();
-  const KtReal turns[2][4] = {{p.w(), p.x(), p.y(), p.z()}, {q.w(), q.x(), q.y(), q.z()}};
-  return first.mode() == second.mode() &&
-         (bitDifference(turns[0], turns[1], 4) | bitDifference(first.translation(), second.translation()) |
-          bitDifference(a.jointPositions(), b.jointPositions())) == 0;
+  return sameBits(a.jointPositions(), b.jointPositions()) && first.mode() == second.mode() &&
+         sameBits(first.translation(), second.translation()) &&
+         sameBits(first.orientation(), second.orientation());
 }
 
 bool sameBits(const KtVelocityState& a, const KtVelocityState& b) {
   const KtGeneralMotion &first = a.generalVelocity(), &second = b.generalVelocity();
-  return (bitDifference(first.linear(), second.linear()) | bitDifference(first.angular(), second.angular()) |
-          bitDifference(a.jointVelocities(), b.jointVelocities())) == 0;
+  return sameBits(a.jointVelocities(), b.jointVelocities()) && sameBits(first.linear(), second.linear()) &&
+         sameBits(first.angular(), second.angular());
 }
 
 }  // namespace
 
-// The usual query finds the states as the last one left them: a comparison of their bits then
+// The usual query finds the states as the last one left them: a comparison of their bytes then
 // stands in for the setters, which compare entry by entry and copy.
 KtManipulatorActiveState* KtStatedSystem::activeState(int manipulatorIndex) const {
   if (!manipulatorIndexValid(manipulatorIndex, "activeState")) return nullptr;
