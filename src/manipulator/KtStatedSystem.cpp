@@ -113,7 +113,9 @@ bool sameBits(const Value& a, const Value& b) {
 }
 
 bool sameBits(const std::vector<KtReal>& a, const std::vector<KtReal>& b) {
-  return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof(KtReal)) == 0;
+  // An empty vector may have no storage at all, which memcmp must not be given.
+  return a.size() == b.size() &&
+         (a.empty() || std::memcmp(a.data(), b.data(), a.size() * sizeof(KtReal)) == 0);
 }
 
 bool sameBits(const KtPositionState& a, const KtPositionState& b) {
