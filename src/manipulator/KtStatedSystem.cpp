@@ -1,5 +1,8 @@
 #include "manipulator/KtStatedSystem.h"
 
+#include <cstring>
+#include <vector>
+
 #include "foundation/Print.h"
 #include "manipulator/KtModelRevision.h"
 #include "xml/KtXmlNamespaces.h"
@@ -96,15 +99,58 @@ void KtStatedSystem::prepareActiveStates() const {
   m_preparedRevision = KtModelRevision::current();
 }
 
+namespace {
+
+// Whether two values have the same bits. Bitwise equal states are equal for the setters of the
+// active state too (a NaN aside, whose frames come out the same when computed again), so a
+// state that passes leaves them nothing to do. The vectors and quaternions are their doubles
+// and nothing else, so their bytes can be compared whole.
+static_assert(sizeof(Kt::Vector) == 3 * sizeof(KtReal) && sizeof(Kt::Orientation) == 4 * sizeof(KtReal));
+
+template <typename Value>
+bool sameBits(const Value& a, const Value& b) {
+  return std::memcmp(&a, &b, sizeof(Value)) == 0;
+}
+
+bool sameBits(const std::vector<KtReal>& a, const std::vector<KtReal>& b) {
+  // An empty vector may have no storage at all, which memcmp must not be given.
+  return a.size() == b.size() &&
+         (a.empty() || std::memcmp(a.data(), b.data(), a.size() * sizeof(KtReal)) == 0);
+}
+
+bool sameBits(const KtPositionState& a, const KtPositionState& b) {
+  const Kt::coordinateSystemTransformation &first = a.coordinateSystemTransform(),
+                                           &second = b.coordinateSystemTransform();
+  return sameBits(a.jointPositions(), b.jointPositions()) && first.mode() == second.mode() &&
+         sameBits(first.translation(), second.translation()) &&
+         sameBits(first.orientation(), second.orientation());
+}
+
+bool sameBits(const KtVelocityState& a, const KtVelocityState& b) {
+  const KtGeneralMotion &first = a.generalVelocity(), &second = b.generalVelocity();
+  return sameBits(a.jointVelocities(), b.jointVelocities()) && sameBits(first.linear(), second.linear()) &&
+         sameBits(first.angular(), second.angular());
+}
+
+}  // namespace
+
+// The usual query finds the states as the last one left them: a comparison of their bytes then
+// stands in for the setters, which compare entry by entry and copy.
 KtManipulatorActiveState* KtStatedSystem::activeState(int manipulatorIndex) const {
   if (!manipulatorIndexValid(manipulatorIndex, "activeState")) return nullptr;
   if (m_preparedRevision != KtModelRevision::current() || m_activeStates.size() != m_system.size())
     prepareActiveStates();
   const auto index = static_cast<std::size_t>(manipulatorIndex);
   KtManipulatorActiveState& active = m_activeStates.manipulatorActiveState(index);
-  if (index < m_state.positionStates().size())
-    active.activePositionState().setPositionState(m_state.positionStates()[index]);
-  if (index < m_state.velocityStates().size()) active.setVelocityState(m_state.velocityStates()[index]);
+  if (index < m_state.positionStates().size()) {
+    const KtPositionState& position = m_state.positionStates()[index];
+    if (!sameBits(position, active.activePositionState().positionState()))
+      active.activePositionState().setPositionState(position);
+  }
+  if (index < m_state.velocityStates().size()) {
+    const KtVelocityState& velocity = m_state.velocityStates()[index];
+    if (!sameBits(velocity, active.velocityState())) active.setVelocityState(velocity);
+  }
   return &active;
 }
 

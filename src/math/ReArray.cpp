@@ -29,20 +29,6 @@ ReArray& ReArray::operator=(const std::vector<KtReal>& column) {
   return *this;
 }
 
-std::vector<KtReal>& ReArray::operator[](std::size_t row) {
-  if (row >= array_.size()) failIndex(row, array_.size(), "operator[]");
-  return array_[row];
-}
-
-const std::vector<KtReal>& ReArray::operator[](std::size_t row) const {
-  if (row >= array_.size()) failIndex(row, array_.size(), "operator[]");
-  return array_[row];
-}
-
-std::size_t ReArray::rows() const { return array_.size(); }
-
-std::size_t ReArray::columns() const { return array_.empty() ? 0 : array_.front().size(); }
-
 void ReArray::setToZeros(std::size_t rows, std::size_t columns) {
   array_.resize(rows);
   for (Row& row : array_) row.assign(columns, 0.0);

@@ -90,9 +90,9 @@ class KT_EXPORT ReArray {
   virtual bool approxEq(const ReArray& other, KtReal tolerance) const;
   // Largest absolute row sum.
   virtual KtReal infinityNorm() const;
-  virtual std::size_t rows() const;
+  virtual std::size_t rows() const { return array_.size(); }
   // Length of the first row; 0 for a matrix without rows.
-  virtual std::size_t columns() const;
+  virtual std::size_t columns() const { return array_.empty() ? 0 : array_.front().size(); }
   virtual void setToZeros(std::size_t rows, std::size_t columns);
   virtual void setToIdentity(std::size_t rows, std::size_t columns);
   // Keeps the entries that remain inside the new shape; new entries are zero.
@@ -163,8 +163,15 @@ class KT_EXPORT ReArray {
   ReArray& operator=(const std::vector<KtReal>& column);
 
   // Row access. An index outside the matrix prints a message and ends the program.
-  std::vector<KtReal>& operator[](std::size_t row);
-  const std::vector<KtReal>& operator[](std::size_t row) const;
+  // Defined here so that the hot loops of the controllers inline the check.
+  std::vector<KtReal>& operator[](std::size_t row) {
+    if (row >= array_.size()) failIndex(row, array_.size(), "operator[]");
+    return array_[row];
+  }
+  const std::vector<KtReal>& operator[](std::size_t row) const {
+    if (row >= array_.size()) failIndex(row, array_.size(), "operator[]");
+    return array_[row];
+  }
 
   // Operators on mismatched shapes print a message; the compound forms then leave this
   // matrix unchanged, the products return an empty matrix (vector, zero Kt::Vector).

@@ -23,10 +23,16 @@ void KtEndEffector::registerComponents() {
   registerComponent(labels, m_editingLabels);
 }
 
+bool KtEndEffector::read(KtXmlReader& reader) {
+  m_carryingLink = ResolvedLink{};
+  return KtXmlCompoundType::read(reader);
+}
+
 const KtManipulatorLink* KtEndEffector::resolvedLink(const KtIndividualManipulator& manipulator,
-                                                     const std::string& label, ResolvedLink& cache) {
+                                                     const std::string& label, ResolvedLink& cache,
+                                                     bool labelKept) {
   if (cache.manipulator != &manipulator || cache.revision != KtModelRevision::current() ||
-      cache.label != label) {
+      (!labelKept && cache.label != label)) {
     const KtManipulatorLink* link = manipulator.findLink(label);
     cache.manipulator = &manipulator;
     cache.revision = KtModelRevision::current();

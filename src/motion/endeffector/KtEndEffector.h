@@ -42,8 +42,13 @@ using KtEndEffectorVelocityEntries = std::vector<KtReal>;
 // Nothing here throws; a failure prints and leaves its output as it was.
 class KtEndEffector : public KtXmlCompoundType {
  public:
+  // Reading may bring a new carrying label, so it drops the link resolved for the old one.
+  bool read(KtXmlReader& reader) override;
   const std::string& linkIdentifier() const { return m_linkIdentifier; }
-  void setLinkIdentifier(const std::string& label) { m_linkIdentifier = label; }
+  void setLinkIdentifier(const std::string& label) {
+    m_linkIdentifier = label;
+    m_carryingLink = ResolvedLink{};
+  }
   const KtEndEffectorRelativeLinkData& relativeLinkData() const { return m_relativeLinkData; }
   void setRelativeLinkData(const KtEndEffectorRelativeLinkData& data) { m_relativeLinkData = data; }
   bool isHardConstraint() const { return m_isHardConstraint; }
@@ -110,7 +115,8 @@ class KtEndEffector : public KtXmlCompoundType {
   void registerComponents() override;
 
   // The link with that label (the manipulator itself for its base label), or null, looked up
-  // once per manipulator, label and model revision and remembered in `cache`.
+  // once per manipulator, label and model revision and remembered in `cache`. A cache whose
+  // label can only change together with it (`labelKept`) is not compared by label.
   struct ResolvedLink {
     const KtIndividualManipulator* manipulator = nullptr;
     std::uint64_t revision = 0;
@@ -118,9 +124,11 @@ class KtEndEffector : public KtXmlCompoundType {
     int index = KtManipulatorLink::kNoIndex;
   };
   static const KtManipulatorLink* resolvedLink(const KtIndividualManipulator& manipulator,
-                                               const std::string& label, ResolvedLink& cache);
+                                               const std::string& label, ResolvedLink& cache,
+                                               bool labelKept = false);
+  // The carrying label changes only through setLinkIdentifier and read, which drop its cache.
   const KtManipulatorLink* carryingLink(const KtIndividualManipulator& manipulator) const {
-    return resolvedLink(manipulator, m_linkIdentifier, m_carryingLink);
+    return resolvedLink(manipulator, m_linkIdentifier, m_carryingLink, true);
   }
   const KtManipulatorLink* referenceLink(const KtIndividualManipulator& manipulator,
                                          const KtEndEffectorRelativeLinkData& relative) const {

@@ -116,7 +116,8 @@ void KtFrameMotionEndEffector::insertJacobianComponent(const KtIndividualManipul
       (linkIndex < 0 || KtJointColumns::chainRecorded(*walk.link, state))) {
     // The usual rows, whole blocks in system axes on one chain, are written by the joint
     // columns straight from the frame records into the rows; the walk has checked the block.
-    const Kt::Vector point = endEffectorFrame(*walk.link, state) * rowPoint();
+    // Only the point is needed, so the offset is applied to it rather than composed with the frame.
+    const Kt::Vector point = walk.link->primaryFrameInSystem(state) * (linkOffset() * rowPoint());
     if (linkIndex >= 0) {
       KtReal* target[6];
       for (std::size_t r = 0; r < rowCount(); ++r) target[r] = jacobian[firstRow + r].data();

@@ -251,8 +251,13 @@ bool KtCoreVelocityControlTool::factorWith(const Kt::ReArray& J, const Kt::ReArr
   formBasis(columns);
   // Rows 0..m−1 of the core matrix are J and are factored already; only the rows of Nᵀ·W
   // remain.
-  formNullSpaceRows(W, columns);
-  const std::size_t dependentCoreRow = factorRows(m, n, n, columns);
+  std::size_t dependentCoreRow = n;
+  if (W == nullptr && m_nullity == 1) {
+    dependentCoreRow = factorIdentityRow(columns);
+  } else {
+    formNullSpaceRows(W, columns);
+    dependentCoreRow = factorRows(m, n, n, columns);
+  }
   if (dependentCoreRow < n) {
     ktPrint(KtSeverity::Error,
             "KtCoreVelocityControlTool::prep(): the core matrix is singular at row %d (W is not definite on "
@@ -262,6 +267,31 @@ bool KtCoreVelocityControlTool::factorWith(const Kt::ReArray& J, const Kt::ReArr
   }
   m_factored = true;
   return true;
+}
+
+// With W the identity and one free direction u = (b, 1), the last row of the core matrix is uᵀ.
+// Eliminating it against J's factors needs only U's columns: the multipliers l solve
+// U11ᵀ·l = b and the pivot is 1 − l·U12. This is factorRows's arithmetic for that row, in the
+// same order, without forming the row or subtracting whole rows from it.
+template <typename Columns>
+std::size_t KtCoreVelocityControlTool::factorIdentityRow(Columns columns) {
+  const std::size_t n = columns, m = n - 1;
+  const KtReal* basis = m_basis.data();
+  const KtReal* factors = m_factors.data();
+  KtReal* lower = m_lower.data() + m * n;
+  KtReal scale = 1.0, pivot = 1.0;
+  for (std::size_t i = 0; i < m; ++i) {
+    KtReal entry = basis[i];
+    for (std::size_t j = 0; j < i; ++j) entry -= factors[j * n + i] * lower[j];
+    lower[i] = entry * m_reciprocalPivots[i];
+    pivot -= factors[i * n + m] * lower[i];
+    scale = std::max(scale, std::fabs(basis[i]));
+  }
+  m_pivots[m] = m;
+  if (pivot == 0.0) pivot = kZeroPivotReplacement;
+  m_factors[m * n + m] = pivot;
+  m_reciprocalPivots[m] = 1.0 / pivot;
+  return scale > 0.0 && std::fabs(pivot) > kNegligiblePivot * scale ? n : m;
 }
 
 // J's rows enter in their own column order; each row's leading structural zeros come from
@@ -318,10 +348,9 @@ std::size_t KtCoreVelocityControlTool::factorRows(std::size_t first, std::size_t
     KtReal largest = std::fabs(entries[k]);
     for (std::size_t j = k + 1; j < n; ++j) {
       const KtReal magnitude = std::fabs(entries[j]);
-      if (magnitude > largest) {
-        largest = magnitude;
-        pivot = j;
-      }
+      const bool larger = magnitude > largest;
+      largest = larger ? magnitude : largest;
+      pivot = larger ? j : pivot;
     }
     m_pivots[k] = pivot;
     if (pivot != k) exchangeColumns(k, pivot, rowsPresent, columns);

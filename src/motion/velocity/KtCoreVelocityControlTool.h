@@ -87,6 +87,10 @@ class KtCoreVelocityControlTool {
   void formBasis(Rows m, Columns n);
   template <typename Columns>
   void formNullSpaceRows(const Kt::ReArray* W, Columns n);
+  // Factors the core matrix's single row below J's when W is the identity; returns it if it
+  // depends on the rows above it, else n.
+  template <typename Columns>
+  std::size_t factorIdentityRow(Columns n);
   // Solves in place, for each of the given right-hand sides, with the factors.
   template <std::size_t Count, typename Columns>
   void substitute(const std::array<KtReal*, Count>& x, Columns n) const;

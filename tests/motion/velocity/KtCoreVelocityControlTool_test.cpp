@@ -105,6 +105,13 @@ TEST(KtCoreVelocityControlTool, RatesAreTheConstrainedMinimumAndSparsityChangesN
       identity.W.setToIdentity(kN, kN);
       ASSERT_TRUE(unit.calcJointRates(p.J, p.F, p.alpha, p.V, kN, c % 2 == 1 ? &p.sparsity : nullptr));
       expectOptimalRates(identity, unit);
+      // calc() solves with the core matrix [J; Nᵀ] that this solve factored.
+      const Rates rhs = goals.F;
+      Rates x;
+      ASSERT_TRUE(unit.calc(rhs, x));
+      const MatrixXd core =
+          (MatrixXd(kN, kN) << toEigen(p.J), toEigen(unit.nullSpaceBasis(), kN - m).transpose()).finished();
+      EXPECT_LT(maxAbs(core * toEigen(x) - toEigen(rhs)), 1e-9 * (1.0 + maxAbs(toEigen(x))));
       EXPECT_TRUE(sparse.jointRates() == dense.jointRates() &&
                   sparse.nullSpaceRates() == dense.nullSpaceRates());
       // Without a gradient scale the null space carries no motion; with m = n the goals and
