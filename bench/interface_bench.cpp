@@ -32,6 +32,16 @@ Kt::coordinateSystemTransformation onCircle(const Kt::coordinateSystemTransforma
           home.orientation()};
 }
 
+// The sample arm, starting at kStart, and its sample control document.
+bool readSamples(KtStatedSystem& stated, KtPositionControlContainer& container) {
+  const std::string data = KT_BENCH_DATA_DIR;
+  if (!ktReadObjectFromFile(stated, data + "/craig_arm.xml") ||
+      !ktReadObjectFromFile(container, data + "/craig_arm_position_control.xml"))
+    return false;
+  stated.state().positionStates()[0].setJointPositions(kStart);
+  return true;
+}
+
 void BM_InterfaceControlCycle(benchmark::State& state) {
   const std::string data = KT_BENCH_DATA_DIR;
   orlix::controlInterface control;
@@ -56,15 +66,12 @@ void BM_InterfaceControlCycle(benchmark::State& state) {
 BENCHMARK(BM_InterfaceControlCycle);
 
 void BM_PositionControlContainerCycle(benchmark::State& state) {
-  const std::string data = KT_BENCH_DATA_DIR;
   KtStatedSystem stated;
   KtPositionControlContainer container;
-  if (!ktReadObjectFromFile(stated, data + "/craig_arm.xml") ||
-      !ktReadObjectFromFile(container, data + "/craig_arm_position_control.xml")) {
+  if (!readSamples(stated, container)) {
     state.SkipWithError("could not read the sample documents");
     return;
   }
-  stated.state().positionStates()[0].setJointPositions(kStart);
   Kt::coordinateSystemTransformation home;
   if (!container.bind(stated) || !container.actualPlacement(0, 0, home)) {
     state.SkipWithError("could not bind the sample control");
@@ -82,16 +89,13 @@ void BM_PositionControlContainerCycle(benchmark::State& state) {
 BENCHMARK(BM_PositionControlContainerCycle);
 
 void BM_SampleControlLawBareStep(benchmark::State& state) {
-  const std::string data = KT_BENCH_DATA_DIR;
   KtStatedSystem stated;
   KtPositionControlContainer container;
-  if (!ktReadObjectFromFile(stated, data + "/craig_arm.xml") ||
-      !ktReadObjectFromFile(container, data + "/craig_arm_position_control.xml")) {
+  if (!readSamples(stated, container)) {
     state.SkipWithError("could not read the sample documents");
     return;
   }
   std::vector<double>& joints = stated.state().positionStates()[0].jointPositions();
-  joints = kStart;
   const KtIndividualManipulator& arm = stated.system().manipulator(0);
   KtIndividualVelocityControlDescription& description =
       *container.system().velocityControlSystem().individualVelocityControlDescription(0);
