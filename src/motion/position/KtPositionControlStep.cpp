@@ -82,7 +82,6 @@ bool KtPositionControlSystem::calculateState(KtReal time, KtManipulatorSystemSta
   for (std::size_t m = 0; m < m_work.results.size(); ++m)
     m_work.results[m].resetFilterScaleFactors(m_work.desired[m].size());
   if (!updateActualPlacements()) return failCalculation(0, false);
-  m_work.placementsCurrent = true;
   noteErrors(true);
 
   const KtReal now = state.time(), interval = time - now;
@@ -97,7 +96,7 @@ bool KtPositionControlSystem::calculateState(KtReal time, KtManipulatorSystemSta
     const StepPlan plan = planSteps(interval, dt, m_maxIterations, m_maxFinalPropagationSize);
     unsigned steps = 0;
     for (; steps < plan.wholeSteps + plan.finalSteps; ++steps) {
-      if (!step(steps < plan.wholeSteps ? dt : plan.finalLength)) {
+      if (!step(steps < plan.wholeSteps ? dt : plan.finalLength, steps == 0)) {
         state = m_work.callStart;
         updateActualPlacements();
         ktPrint(
@@ -189,10 +188,10 @@ void KtPositionControlSystem::zeroRates() {
 
 // One step: the first pass always; with two passes, a second one from the step's start with the
 // rates solved where the first pass ended, and the two combined.
-bool KtPositionControlSystem::step(KtReal h) {
+bool KtPositionControlSystem::step(KtReal h, bool placed) {
   KtManipulatorSystemState& state = m_work.stated->state();
   if (m_useTwoPasses) m_work.stepStart = state;
-  if (!solveRates(m_work.rates) || !integrate(m_work.rates, h)) return false;
+  if (!solveRates(m_work.rates, placed) || !integrate(m_work.rates, h)) return false;
   if (!m_useTwoPasses) {
     storeRates(m_work.rates);
     return true;
@@ -201,25 +200,23 @@ bool KtPositionControlSystem::step(KtReal h) {
     m_work.firstPassRates[m] = m_work.rates[m];
     m_work.firstPassPositions[m] = state.positionStates()[m];
   }
-  if (!solveRates(m_work.rates)) return false;
+  if (!solveRates(m_work.rates, false)) return false;
   state.positionStates() = m_work.stepStart.positionStates();
   if (!integrate(m_work.rates, h)) return false;
   combinePasses();
   return true;
 }
 
-bool KtPositionControlSystem::solveRates(std::vector<KtVelocityState>& rates) {
+bool KtPositionControlSystem::solveRates(std::vector<KtVelocityState>& rates, bool placed) {
   const KtReal dt = guardedTimeStep();
   for (std::size_t m = 0; m < m_work.actual.size(); ++m) {
     rates[m].generalVelocity() = KtGeneralMotion();
     if (!isControlled(m)) continue;
     const unsigned index = static_cast<unsigned>(m);
-    if ((!m_work.placementsCurrent &&
-         !calcAllEndEffectorPlacements(*m_work.stated, index, m_work.actual[m])) ||
+    if ((!placed && !calcAllEndEffectorPlacements(*m_work.stated, index, m_work.actual[m])) ||
         !calculateGeneralMotion(static_cast<int>(m), dt))
       return failCalculation(m, false);
   }
-  m_work.placementsCurrent = false;
   if (!m_velocityControlSystem.calculate(*m_work.stated, m_work.commanded, rates, dt))
     return failCalculation(0, false);
   return true;

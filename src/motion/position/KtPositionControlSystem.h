@@ -164,9 +164,11 @@ class KtPositionControlSystem : public KtXmlCloneable<KtPositionControlSystem, K
   void zeroRates();
   KtVelocityStateReturnMode checkedReturnMode() const;
   void fillResult(KtManipulatorSystemState& result, KtReal interval) const;
-  // One step of length h; false when it is refused.
-  bool step(KtReal h);
-  bool solveRates(std::vector<KtVelocityState>& rates);
+  // One step of length h; false when it is refused. `placed`: the actual placements already
+  // belong to the present state (the first step of a calculation), so its first solve need not
+  // find them again.
+  bool step(KtReal h, bool placed);
+  bool solveRates(std::vector<KtVelocityState>& rates, bool placed);
   bool integrate(const std::vector<KtVelocityState>& rates, KtReal h);
   void combinePasses();
   void storeRates(const std::vector<KtVelocityState>& rates);

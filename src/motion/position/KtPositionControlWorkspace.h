@@ -26,9 +26,6 @@ struct KtPositionControlWorkspace {
   KtPositionControlWorkspace& operator=(KtPositionControlWorkspace&&) = default;
 
   KtStatedSystem* stated = nullptr;
-  // Whether the actual placements belong to the present state, so that the first solve of a
-  // calculation need not find them again.
-  bool placementsCurrent = false;
   std::vector<KtManipulatorEndEffectorPlacement> desired;
   std::vector<KtManipulatorEndEffectorVelocity> desiredVelocities;
   std::vector<KtManipulatorEndEffectorPlacement> actual;
