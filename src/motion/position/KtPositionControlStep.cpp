@@ -48,6 +48,14 @@ KtReal dot(const KtVelocityState& a, const KtVelocityState& b) {
   return sum + ga.linear().dot(gb.linear()) + ga.angular().dot(gb.angular());
 }
 
+// The angle of the shorter rotation between a and b: the value angleAxisBetween gives to the last
+// digit, without the sine, division and normalisation that its axis takes.
+KtReal angleBetween(const Kt::Orientation& a, const Kt::Orientation& b) {
+  if (a == b) return 0.0;
+  const KtReal c = a.w() * b.w() + Kt::Vector(a.x(), a.y(), a.z()).dot(Kt::Vector(b.x(), b.y(), b.z()));
+  return 2.0 * ktClampedAcos(std::abs(c));
+}
+
 }  // namespace
 
 KtVelocityStateReturnMode KtPositionControlSystem::checkedReturnMode() const {
@@ -98,7 +106,7 @@ bool KtPositionControlSystem::calculateState(KtReal time, KtManipulatorSystemSta
     for (; steps < plan.wholeSteps + plan.finalSteps; ++steps) {
       if (!step(steps < plan.wholeSteps ? dt : plan.finalLength, steps == 0)) {
         state = m_work.callStart;
-        updateActualPlacements();
+        m_work.placementsStale = true;
         ktPrint(
             KtSeverity::Error,
             "KtPositionControlSystem::calculateState(): step %u was refused; the state is left unchanged.\n",
@@ -107,13 +115,13 @@ bool KtPositionControlSystem::calculateState(KtReal time, KtManipulatorSystemSta
       }
     }
     state.setTime(time);
-    if (!updateActualPlacements()) return failCalculation(0, false);
+    m_work.placementsStale = true;
     for (KtPropagationResultData& data : m_work.results) {
       data.setStepsTaken(steps);
       data.setTargetTimeReached(plan.reachesTarget);
     }
   }
-  noteErrors(false);
+  m_work.errorsAfterPending = true;
   noteConditioning(stepping);
   result = state;
   if (mode == KtVelocityStateReturnMode::finiteDifference && interval > 0.0) fillResult(result, interval);
@@ -147,6 +155,8 @@ bool KtPositionControlSystem::admitState() {
 void KtPositionControlSystem::clearResults() {
   for (KtPropagationResultData& data : m_work.results) data.clear();
   m_work.conditioning.forget();
+  m_work.errorsAfterPending = false;
+  m_work.desiredKept = false;
 }
 
 bool KtPositionControlSystem::failCalculation(std::size_t manipulator, bool nonFinite) {
@@ -278,19 +288,18 @@ void KtPositionControlSystem::combinePasses() {
 }
 
 // Largest linear and angular distance between actual and desired placements, per manipulator.
-void KtPositionControlSystem::noteErrors(bool before) {
+void KtPositionControlSystem::noteErrors(bool before) const {
+  const std::vector<KtManipulatorEndEffectorPlacement>& desiredPlacements =
+      m_work.desiredKept ? m_work.keptDesired : m_work.desired;
   Kt::coordinateSystemTransformation actual, desired;
   for (std::size_t m = 0; m < m_work.results.size(); ++m) {
     KtReal linear = 0.0, angular = 0.0;
-    for (std::size_t e = 0; e < m_work.actual[m].size() && e < m_work.desired[m].size(); ++e) {
+    for (std::size_t e = 0; e < m_work.actual[m].size() && e < desiredPlacements[m].size(); ++e) {
       const int index = static_cast<int>(e);
       m_work.actual[m].offsetInSystem(index, actual);
-      m_work.desired[m].offsetInSystem(index, desired);
-      KtReal angle = 0.0;
-      Kt::Vector axis;
-      actual.orientation().angleAxisBetween(desired.orientation(), angle, axis);
+      desiredPlacements[m].offsetInSystem(index, desired);
       linear = std::max(linear, (desired.translation() - actual.translation()).mag());
-      angular = std::max(angular, angle);
+      angular = std::max(angular, angleBetween(actual.orientation(), desired.orientation()));
     }
     if (before)
       m_work.results[m].setErrorsBefore(linear, angular);
@@ -313,7 +322,16 @@ void KtPositionControlSystem::noteConditioning(bool stepped) {
   }
 }
 
+void KtPositionControlSystem::settleCalculation() const {
+  if (m_work.placementsStale) updateActualPlacements();
+  if (!m_work.errorsAfterPending) return;
+  noteErrors(false);
+  m_work.errorsAfterPending = false;
+  m_work.desiredKept = false;
+}
+
 const std::vector<KtPropagationResultData>& KtPositionControlSystem::propagationResults() const {
+  settleCalculation();
   m_work.conditioning.settle(m_work.results);
   return m_work.results;
 }

@@ -64,6 +64,13 @@ bool KtPositionControlSystem::isControlled(std::size_t manipulator) {
 }
 
 bool KtPositionControlSystem::bind(KtStatedSystem& stated) {
+  // Binding the same system again completes the last calculation's diagnostics first; another
+  // system's state says nothing about them (and the old one may be gone).
+  if (m_work.stated == &stated)
+    settleCalculation();
+  else
+    m_work.errorsAfterPending = false;
+  m_work.placementsStale = false;
   m_work.stated = &stated;
   sizeWorkspace();
   return initializeStates();
@@ -74,6 +81,7 @@ void KtPositionControlSystem::sizeWorkspace() {
   const std::size_t count =
       std::min(m_work.stated->system().size(), m_velocityControlSystem.manipulatorCount());
   m_work.desired.resize(count);
+  m_work.keptDesired.resize(count);
   m_work.desiredVelocities.resize(count);
   m_work.actual.resize(count);
   m_work.commanded.resize(count);
@@ -89,6 +97,7 @@ void KtPositionControlSystem::sizeWorkspace() {
     m_work.actual[m].resize(size);
     calcAllEndEffectorPlacements(*m_work.stated, static_cast<unsigned>(m), m_work.actual[m]);
     m_work.desired[m].resize(size);
+    m_work.keptDesired[m].resize(size);
     Kt::coordinateSystemTransformation placement;
     for (std::size_t e = known; e < size; ++e) {
       m_work.actual[m].offsetInSystem(static_cast<int>(e), placement);
@@ -112,6 +121,7 @@ bool KtPositionControlSystem::setDesiredPlacement(int manipulator, int endEffect
         endEffector);
     return false;
   }
+  keepDesired();
   return m_work.desired[static_cast<std::size_t>(manipulator)].setOffsetInSystem(endEffector, placement);
 }
 
@@ -131,7 +141,14 @@ bool KtPositionControlSystem::addDesiredPlacement(int manipulator, int endEffect
         endEffector);
     return false;
   }
+  keepDesired();
   return placements.setOffsetInSystem(endEffector, moved);
+}
+
+void KtPositionControlSystem::keepDesired() {
+  if (!m_work.errorsAfterPending || m_work.desiredKept) return;
+  m_work.keptDesired = m_work.desired;
+  m_work.desiredKept = true;
 }
 
 bool KtPositionControlSystem::desiredPlacement(int manipulator, int endEffector,
@@ -149,6 +166,7 @@ bool KtPositionControlSystem::desiredPlacement(int manipulator, int endEffector,
 
 bool KtPositionControlSystem::actualPlacement(int manipulator, int endEffector,
                                               Kt::coordinateSystemTransformation& placement) const {
+  settleCalculation();
   const bool known =
       manipulator >= 0 && static_cast<std::size_t>(manipulator) < m_work.actual.size() && endEffector >= 0 &&
       static_cast<std::size_t>(endEffector) < m_work.actual[static_cast<std::size_t>(manipulator)].size();
@@ -192,8 +210,8 @@ bool KtPositionControlSystem::setDesiredVelocity(unsigned manipulator, unsigned 
   return true;
 }
 
-bool KtPositionControlSystem::calcAllEndEffectorPlacements(const KtStatedSystem& stated, unsigned manipulator,
-                                                           KtManipulatorEndEffectorPlacement& placements) {
+bool KtPositionControlSystem::calcAllEndEffectorPlacements(
+    const KtStatedSystem& stated, unsigned manipulator, KtManipulatorEndEffectorPlacement& placements) const {
   if (manipulator >= stated.system().size() || manipulator >= m_velocityControlSystem.manipulatorCount() ||
       manipulator >= stated.state().positionStates().size()) {
     ktPrint(KtSeverity::Error,
@@ -312,7 +330,8 @@ bool KtPositionControlSystem::initializeStates() {
   return consistent && updateActualPlacements();
 }
 
-bool KtPositionControlSystem::updateActualPlacements() {
+bool KtPositionControlSystem::updateActualPlacements() const {
+  m_work.placementsStale = false;
   bool found = true;
   for (std::size_t m = 0; m < m_work.actual.size(); ++m)
     found = calcAllEndEffectorPlacements(*m_work.stated, static_cast<unsigned>(m), m_work.actual[m]) && found;
@@ -341,6 +360,7 @@ bool KtPositionControlSystem::updateState(const KtManipulatorSystemState& measur
   }
   // A NaN rate takes nothing, as no rate would be the safer reading of it.
   const KtReal s = rate > 0.0 ? std::min(rate, 1.0) : 0.0;
+  settleCalculation();
   const KtManipulatorSystem& system = m_work.stated->system();
   for (std::size_t m = 0; m < to.size(); ++m) {
     KtPositionState& position = controlled.positionStates()[m];
@@ -350,6 +370,6 @@ bool KtPositionControlSystem::updateState(const KtManipulatorSystemState& measur
     std::vector<KtReal>& joints = position.jointPositions();
     for (std::size_t j = 0; j < joints.size(); ++j) joints[j] = manipulator.heldInLimits(j, joints[j]);
   }
-  updateActualPlacements();
+  m_work.placementsStale = true;
   return true;
 }

@@ -28,12 +28,22 @@ struct KtPositionControlWorkspace {
   KtStatedSystem* stated = nullptr;
   std::vector<KtManipulatorEndEffectorPlacement> desired;
   std::vector<KtManipulatorEndEffectorVelocity> desiredVelocities;
-  std::vector<KtManipulatorEndEffectorPlacement> actual;
+  // Filled in when read (see placementsStale), which is why a const read may write here.
+  mutable std::vector<KtManipulatorEndEffectorPlacement> actual;
   std::vector<KtManipulatorEndEffectorVelocity> commanded;
   // The diagnostics of the last calculation. Each smallest singular value is filled in by the
   // first read of the results (see KtTaskConditioning), which is why a const read may write here.
   mutable std::vector<KtPropagationResultData> results;
   mutable KtTaskConditioning conditioning;
+  // The state has moved since the actual placements were found: a calculation's steps or a blend
+  // moved it, and nothing has read the placements since. A control loop that never reads them
+  // finds them once per cycle, at the start of the next calculation, instead of twice.
+  mutable bool placementsStale = false;
+  // The errors after the last calculation are yet to be measured, in the state it left.
+  mutable bool errorsAfterPending = false;
+  // The desired placements they are measured against, kept when one is set before that.
+  std::vector<KtManipulatorEndEffectorPlacement> keptDesired;
+  mutable bool desiredKept = false;
 
   // The state when the calculation began (restored when it fails) and when the step began (the
   // start of both passes).
