@@ -237,8 +237,6 @@ bool KtPositionControlSystem::calcAllEndEffectorPlacements(
   return true;
 }
 
-// The correction of a filter alone has no feed-forward; how much its threshold cut it is the
-// ratio of its length to that of the same correction with the threshold lifted.
 bool KtPositionControlSystem::calculateGeneralMotion(int manipulator, KtReal dt) {
   const int descriptions = static_cast<int>(m_work.commanded.size());
   if (manipulator < 0 || manipulator >= descriptions) {
@@ -250,18 +248,18 @@ bool KtPositionControlSystem::calculateGeneralMotion(int manipulator, KtReal dt)
     return false;
   }
   const auto m = static_cast<std::size_t>(manipulator);
-  KtEndEffectorSet& set = *m_velocityControlSystem.endEffectorSet(manipulator);
-  static const KtEndEffectorVelocityEntries noFeedForward;
+  const KtEndEffectorSet& set = *m_velocityControlSystem.endEffectorSet(manipulator);
   Kt::coordinateSystemTransformation actual, desired;
   for (std::size_t e = 0; e < set.size(); ++e) {
-    KtEndEffector& endEffector = set.endEffector(e);
+    const KtEndEffector& endEffector = set.endEffector(e);
     const int index = static_cast<int>(e);
     m_work.actual[m].offsetInSystem(index, actual);
     m_work.desired[m].offsetInSystem(index, desired);
     KtEndEffectorVelocityEntries& commanded = m_work.commanded[m].velocity(e);
     commanded.assign(set.rowCount(e), 0.0);
     const KtEndEffectorVelocityEntries& feedForward = m_work.desiredVelocities[m].velocity(e);
-    endEffector.filterEndEffectorVelocity(actual, desired, feedForward, dt, commanded);
+    KtReal scale = 1.0;
+    endEffector.filterVelocityAndScale(actual, desired, feedForward, dt, commanded, scale);
     if (!ktAllFinite(commanded)) {
       m_work.results[m].setNonFiniteRejected(true);
       ktPrint(KtSeverity::Error,
@@ -271,20 +269,7 @@ bool KtPositionControlSystem::calculateGeneralMotion(int manipulator, KtReal dt)
               index);
       return false;
     }
-    const KtReal threshold = endEffector.motionThreshold();
-    // Without a feed-forward the commanded velocity is the correction itself.
-    if (std::all_of(feedForward.begin(), feedForward.end(), [](KtReal v) { return v == 0.0; }))
-      m_work.correction.assign(commanded.begin(), commanded.end());
-    else
-      endEffector.filterEndEffectorVelocity(actual, desired, noFeedForward, dt, m_work.correction);
-    endEffector.setMotionThreshold(std::numeric_limits<KtReal>::infinity());
-    endEffector.filterEndEffectorVelocity(actual, desired, noFeedForward, dt, m_work.unclampedCorrection);
-    endEffector.setMotionThreshold(threshold);
-    KtReal clamped = 0.0, unclamped = 0.0;
-    for (KtReal entry : m_work.correction) clamped += entry * entry;
-    for (KtReal entry : m_work.unclampedCorrection) unclamped += entry * entry;
-    if (unclamped > 0.0 && clamped < unclamped)
-      m_work.results[m].noteFilterScaleFactor(e, std::sqrt(clamped / unclamped));
+    if (scale < 1.0) m_work.results[m].noteFilterScaleFactor(e, scale);
   }
   return true;
 }

@@ -53,7 +53,4 @@ struct KtPositionControlWorkspace {
   std::vector<KtVelocityState> rates;
   std::vector<KtVelocityState> firstPassRates;
   std::vector<KtPositionState> firstPassPositions;
-  // A filter's correction without feed-forward, clamped and unclamped.
-  std::vector<KtReal> correction;
-  std::vector<KtReal> unclampedCorrection;
 };
