@@ -57,10 +57,12 @@ bool KtPositionControlSystem::placementIndexValid(int manipulator, int endEffect
   return false;
 }
 
-bool KtPositionControlSystem::isControlled(std::size_t manipulator) {
-  const KtIndividualVelocityControlDescription* description =
-      m_velocityControlSystem.individualVelocityControlDescription(static_cast<int>(manipulator));
-  return description != nullptr && description->isOn();
+void KtPositionControlSystem::noteControlled() {
+  for (std::size_t m = 0; m < m_work.controlled.size(); ++m) {
+    const KtIndividualVelocityControlDescription* description =
+        m_velocityControlSystem.individualVelocityControlDescription(static_cast<int>(m));
+    m_work.controlled[m] = description != nullptr && description->isOn();
+  }
 }
 
 bool KtPositionControlSystem::bind(KtStatedSystem& stated) {
@@ -69,7 +71,7 @@ bool KtPositionControlSystem::bind(KtStatedSystem& stated) {
   if (m_work.stated == &stated)
     settleCalculation();
   else
-    m_work.errorsAfterPending = false;
+    m_work.errorsBeforePending = m_work.errorsAfterPending = false;
   m_work.placementsStale = false;
   m_work.stated = &stated;
   sizeWorkspace();
@@ -80,16 +82,20 @@ void KtPositionControlSystem::sizeWorkspace() {
   if (m_work.stated == nullptr) return;
   const std::size_t count =
       std::min(m_work.stated->system().size(), m_velocityControlSystem.manipulatorCount());
-  m_work.desired.resize(count);
-  m_work.keptDesired.resize(count);
-  m_work.desiredVelocities.resize(count);
-  m_work.actual.resize(count);
-  m_work.commanded.resize(count);
-  m_work.results.resize(count);
-  m_work.conditioning.resize(count);
-  m_work.rates.resize(count);
-  m_work.firstPassRates.resize(count);
-  m_work.firstPassPositions.resize(count);
+  // Every per-manipulator list is sized here together, so one size tells them all.
+  if (m_work.desired.size() != count) {
+    m_work.desired.resize(count);
+    m_work.keptDesired.resize(count);
+    m_work.desiredVelocities.resize(count);
+    m_work.actual.resize(count);
+    m_work.commanded.resize(count);
+    m_work.results.resize(count);
+    m_work.conditioning.resize(count);
+    m_work.rates.resize(count);
+    m_work.firstPassRates.resize(count);
+    m_work.firstPassPositions.resize(count);
+    m_work.controlled.resize(count);
+  }
   for (std::size_t m = 0; m < count; ++m) {
     const KtEndEffectorSet& set = *m_velocityControlSystem.endEffectorSet(static_cast<int>(m));
     const std::size_t size = set.size(), known = m_work.desired[m].size();
@@ -223,7 +229,7 @@ bool KtPositionControlSystem::calcAllEndEffectorPlacements(
   const KtEndEffectorSet& set = *m_velocityControlSystem.endEffectorSet(index);
   const KtIndividualManipulator& arm = stated.system().manipulator(manipulator);
   KtManipulatorActiveState& state = *stated.activeState(index);
-  placements.resize(set.size());
+  if (placements.size() != set.size()) placements.resize(set.size());
   Kt::coordinateSystemTransformation placement;
   for (std::size_t e = 0; e < set.size(); ++e) {
     if (!set.endEffector(e).calculatePlacement(arm, state, placement)) {
@@ -247,6 +253,8 @@ bool KtPositionControlSystem::calculateGeneralMotion(int manipulator, KtReal dt)
             descriptions, manipulator);
     return false;
   }
+  // Called from outside after a calculation, it needs the placements of the present state.
+  if (m_work.placementsStale) settleCalculation();
   const auto m = static_cast<std::size_t>(manipulator);
   const KtEndEffectorSet& set = *m_velocityControlSystem.endEffectorSet(manipulator);
   Kt::coordinateSystemTransformation actual, desired;

@@ -154,16 +154,18 @@ class KtPositionControlSystem : public KtXmlCloneable<KtPositionControlSystem, K
   KtReal guardedTimeStep() const;
   bool manipulatorValid(int manipulator, const char* operation, const char* format) const;
   bool placementIndexValid(int manipulator, int endEffector, const char* operation) const;
-  // Whether manipulator m is stepped: its active description is on.
-  bool isControlled(std::size_t manipulator);
+  // Notes once per calculation which manipulators are stepped (their active description is on),
+  // for the passes, the integration and the diagnostics to ask.
+  void noteControlled();
+  bool isControlled(std::size_t manipulator) const { return m_work.controlled[manipulator] != 0; }
   // Gives every manipulator's data the size of its active set; new desired placements are the
   // actual ones.
   void sizeWorkspace();
   bool updateActualPlacements() const;
   void noteErrors(bool before) const;
-  // The one place where what a calculation leaves for later is completed: the actual placements
-  // of a state that has moved since they were found, then the errors after the calculation.
-  // Every reader of either calls it first.
+  // The one place where what a calculation leaves for later is completed: the errors before it
+  // (from the placements it started with), the actual placements of a state that has moved since
+  // they were found, then the errors after it. Every reader of any of them calls it first.
   void settleCalculation() const;
   // Keeps the desired placements for the pending errors before one of them changes.
   void keepDesired();
