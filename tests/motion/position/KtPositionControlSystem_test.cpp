@@ -102,7 +102,8 @@ TEST(KtPositionControlSystemTest, FilterGainIsLimitedToOneStepErrorReduction) {
     BoundArm arm(controlOf({&point}));
     const Kt::coordinateSystemTransformation start = arm.actual();
     const KtManipulatorSystemState startState = arm.stated.state();
-    ASSERT_TRUE(arm.container.setDesiredPlacement(0, 0, {start.translation() + error}));
+    ASSERT_TRUE(arm.container.setDesiredPlacement(
+        0, 0, Kt::coordinateSystemTransformation(start.translation() + error)));
     ASSERT_TRUE(arm.container.calculateGeneralMotion(0, 0.008));
     const std::vector<double>& commanded = arm.system().commandedVelocities(0)->velocity(0);
     const double speed = std::fmin(125.0 * error.mag(), threshold);
