@@ -41,11 +41,11 @@ void KtGeneralMotionFilter::registerComponents() {
   registerComponent(angularGain, m_angularGain);
 }
 
-void KtGeneralMotionFilter::filterVelocity(const Kt::coordinateSystemTransformation& actual,
-                                           const Kt::coordinateSystemTransformation& desired,
-                                           const Kt::Vector& feedForwardLinear,
-                                           const Kt::Vector& feedForwardAngular, KtReal dt,
-                                           Kt::Vector& linear, Kt::Vector& angular) const {
+KtReal KtGeneralMotionFilter::filterVelocity(const Kt::coordinateSystemTransformation& actual,
+                                             const Kt::coordinateSystemTransformation& desired,
+                                             const Kt::Vector& feedForwardLinear,
+                                             const Kt::Vector& feedForwardAngular, KtReal dt,
+                                             Kt::Vector& linear, Kt::Vector& angular) const {
   // The error transformation actual⁻¹·desired, expressed in the actual frame.
   const Kt::Orientation toActual = actual.orientation().inverse();
   const Kt::Orientation errorRotation = toActual * desired.orientation();
@@ -62,8 +62,9 @@ void KtGeneralMotionFilter::filterVelocity(const Kt::coordinateSystemTransformat
   const KtReal weight = m_angularWeight;
   const KtReal speedSquared = linearLocal.magSquared() + weight * weight * angularLocal.magSquared();
   const KtReal limitSquared = m_threshold * m_threshold;
+  KtReal scale = 1.0;
   if (speedSquared > limitSquared) {
-    const KtReal scale = std::sqrt(limitSquared / speedSquared);
+    scale = std::sqrt(limitSquared / speedSquared);
     linearLocal *= scale;
     angularLocal *= scale;
   }
@@ -77,4 +78,5 @@ void KtGeneralMotionFilter::filterVelocity(const Kt::coordinateSystemTransformat
   angularLocal += feedForwardAngular;
   linear = linearLocal;
   angular = angularLocal;
+  return scale;
 }

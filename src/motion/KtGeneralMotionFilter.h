@@ -26,11 +26,12 @@ class KtGeneralMotionFilter : public KtXmlCloneable<KtGeneralMotionFilter, KtXml
   void setLinearGain(KtReal gain) { m_linearGain = gain; }
   void setAngularGain(KtReal gain) { m_angularGain = gain; }
 
-  // Velocities of the frame's origin, linear before angular, in system coordinates.
-  void filterVelocity(const Kt::coordinateSystemTransformation& actual,
-                      const Kt::coordinateSystemTransformation& desired, const Kt::Vector& feedForwardLinear,
-                      const Kt::Vector& feedForwardAngular, KtReal dt, Kt::Vector& linear,
-                      Kt::Vector& angular) const;
+  // Velocities of the frame's origin, linear before angular, in system coordinates. Gives the
+  // factor by which the threshold shortened the correction (1 when it did not).
+  KtReal filterVelocity(const Kt::coordinateSystemTransformation& actual,
+                        const Kt::coordinateSystemTransformation& desired,
+                        const Kt::Vector& feedForwardLinear, const Kt::Vector& feedForwardAngular, KtReal dt,
+                        Kt::Vector& linear, Kt::Vector& angular) const;
 
  protected:
   void registerComponents() override;

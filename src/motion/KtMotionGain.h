@@ -12,10 +12,11 @@ inline KtReal ktEffectiveGain(KtReal gain, KtReal dt) { return gain / std::max(g
 
 // The point filter's law on the N entries of any indexed vector type: the error times the
 // effective gain, shortened to the threshold's length when longer, plus the feed-forward.
-// The feed-forward is added after the limit, so that only the correction is bounded.
+// The feed-forward is added after the limit, so that only the correction is bounded. Gives the
+// factor that shortened the correction (1 when it was not longer).
 template <std::size_t N, typename V>
-void ktFilterPointError(KtReal gain, KtReal threshold, const V& actual, const V& desired,
-                        const V& feedForward, KtReal dt, V& commanded) {
+KtReal ktFilterPointError(KtReal gain, KtReal threshold, const V& actual, const V& desired,
+                          const V& feedForward, KtReal dt, V& commanded) {
   const KtReal effectiveGain = ktEffectiveGain(gain, dt);
   // Built apart from the output, which may share its storage with an input.
   V correction = actual;
@@ -27,4 +28,5 @@ void ktFilterPointError(KtReal gain, KtReal threshold, const V& actual, const V&
   const KtReal limitSquared = threshold * threshold;
   const KtReal scale = speedSquared > limitSquared ? std::sqrt(limitSquared / speedSquared) : 1.0;
   for (std::size_t i = 0; i < N; ++i) commanded[i] = correction[i] * scale + feedForward[i];
+  return scale;
 }

@@ -23,13 +23,14 @@ class KtPointMotionFilter : public KtXmlCloneable<KtPointMotionFilter, KtXmlComp
   void setThreshold(KtReal threshold) { m_threshold = threshold; }
   void setLinearGain(KtReal gain) { m_linearGain = gain; }
 
-  void filterVelocity(const Kt::Vector& actual, const Kt::Vector& desired, const Kt::Vector& feedForward,
-                      KtReal dt, Kt::Vector& commanded) const {
-    ktFilterPointError<3>(m_linearGain, m_threshold, actual, desired, feedForward, dt, commanded);
+  // Both give the factor by which the threshold shortened the correction.
+  KtReal filterVelocity(const Kt::Vector& actual, const Kt::Vector& desired, const Kt::Vector& feedForward,
+                        KtReal dt, Kt::Vector& commanded) const {
+    return ktFilterPointError<3>(m_linearGain, m_threshold, actual, desired, feedForward, dt, commanded);
   }
-  void filterPlanarVelocity(const KtPlanarVector& actual, const KtPlanarVector& desired,
-                            const KtPlanarVector& feedForward, KtReal dt, KtPlanarVector& commanded) const {
-    ktFilterPointError<2>(m_linearGain, m_threshold, actual, desired, feedForward, dt, commanded);
+  KtReal filterPlanarVelocity(const KtPlanarVector& actual, const KtPlanarVector& desired,
+                              const KtPlanarVector& feedForward, KtReal dt, KtPlanarVector& commanded) const {
+    return ktFilterPointError<2>(m_linearGain, m_threshold, actual, desired, feedForward, dt, commanded);
   }
 
  protected:

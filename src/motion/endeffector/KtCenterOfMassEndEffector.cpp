@@ -150,16 +150,17 @@ void KtCenterOfMassEndEffector::setEditingValues(const KtEditingValues& values) 
   m_motionFilter.setThreshold(threshold);
 }
 
-void KtCenterOfMassEndEffector::filterEndEffectorVelocity(const Kt::coordinateSystemTransformation& actual,
-                                                          const Kt::coordinateSystemTransformation& desired,
-                                                          const KtEndEffectorVelocityEntries& feedForward,
-                                                          KtReal dt,
-                                                          KtEndEffectorVelocityEntries& commanded) const {
+void KtCenterOfMassEndEffector::filterVelocityAndScale(const Kt::coordinateSystemTransformation& actual,
+                                                       const Kt::coordinateSystemTransformation& desired,
+                                                       const KtEndEffectorVelocityEntries& feedForward,
+                                                       KtReal dt, KtEndEffectorVelocityEntries& commanded,
+                                                       KtReal& scale) const {
+  scale = 1.0;
   Kt::Vector forward;
   if (!ktFeedForwardEntries(feedForward, 3, "KtCenterOfMassEndEffector::filterEndEffectorVelocity", forward))
     return;
   Kt::Vector velocity;
-  m_motionFilter.filterVelocity(actual.translation(), desired.translation(), forward, dt, velocity);
+  scale = m_motionFilter.filterVelocity(actual.translation(), desired.translation(), forward, dt, velocity);
   commanded.resize(3);
   for (std::size_t k = 0; k < 3; ++k) commanded[k] = velocity[k];
 }

@@ -46,10 +46,10 @@ class KtCenterOfMassEndEffector : public KtXmlCloneable<KtCenterOfMassEndEffecto
   void setErrorWeight(KtReal weight) override { m_errorWeight = weight; }
   const KtPointMotionFilter& motionFilter() const { return m_motionFilter; }
   void setMotionFilter(const KtPointMotionFilter& filter) { m_motionFilter = filter; }
-  void filterEndEffectorVelocity(const Kt::coordinateSystemTransformation& actual,
-                                 const Kt::coordinateSystemTransformation& desired,
-                                 const KtEndEffectorVelocityEntries& feedForward, KtReal dt,
-                                 KtEndEffectorVelocityEntries& commanded) const override;
+  void filterVelocityAndScale(const Kt::coordinateSystemTransformation& actual,
+                              const Kt::coordinateSystemTransformation& desired,
+                              const KtEndEffectorVelocityEntries& feedForward, KtReal dt,
+                              KtEndEffectorVelocityEntries& commanded, KtReal& scale) const override;
 
  protected:
   void registerComponents() override;

@@ -101,10 +101,19 @@ class KtEndEffector : public KtXmlCompoundType {
 
   // The commanded velocity (rowCount() entries, in the axes of the rows) that drives the
   // actual placement toward the desired one over a step of dt, plus the feed-forward.
-  virtual void filterEndEffectorVelocity(const Kt::coordinateSystemTransformation& actual,
-                                         const Kt::coordinateSystemTransformation& desired,
-                                         const KtEndEffectorVelocityEntries& feedForward, KtReal dt,
-                                         KtEndEffectorVelocityEntries& commanded) const = 0;
+  void filterEndEffectorVelocity(const Kt::coordinateSystemTransformation& actual,
+                                 const Kt::coordinateSystemTransformation& desired,
+                                 const KtEndEffectorVelocityEntries& feedForward, KtReal dt,
+                                 KtEndEffectorVelocityEntries& commanded) const {
+    KtReal scale = 1.0;
+    filterVelocityAndScale(actual, desired, feedForward, dt, commanded, scale);
+  }
+  // The same, also giving the factor in [0, 1] by which the filter's threshold shortened the
+  // correction (the commanded velocity less the feed-forward); 1 when it did not.
+  virtual void filterVelocityAndScale(const Kt::coordinateSystemTransformation& actual,
+                                      const Kt::coordinateSystemTransformation& desired,
+                                      const KtEndEffectorVelocityEntries& feedForward, KtReal dt,
+                                      KtEndEffectorVelocityEntries& commanded, KtReal& scale) const = 0;
 
   // Resolves the labels for this manipulator now (the set calls it when it or the model
   // changes); the queries above resolve on their own when the revision has moved on.

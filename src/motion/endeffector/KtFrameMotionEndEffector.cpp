@@ -207,14 +207,15 @@ bool KtFrameMotionEndEffector::feedForwardMotion(const KtEndEffectorVelocityEntr
   return true;
 }
 
-void KtFrameMotionEndEffector::filterEndEffectorVelocity(const Kt::coordinateSystemTransformation& actual,
-                                                         const Kt::coordinateSystemTransformation& desired,
-                                                         const KtEndEffectorVelocityEntries& feedForward,
-                                                         KtReal dt,
-                                                         KtEndEffectorVelocityEntries& commanded) const {
+void KtFrameMotionEndEffector::filterVelocityAndScale(const Kt::coordinateSystemTransformation& actual,
+                                                      const Kt::coordinateSystemTransformation& desired,
+                                                      const KtEndEffectorVelocityEntries& feedForward,
+                                                      KtReal dt, KtEndEffectorVelocityEntries& commanded,
+                                                      KtReal& scale) const {
+  scale = 1.0;
   Kt::Vector linear, angular;
   if (!feedForwardMotion(feedForward, linear, angular)) return;
-  m_motionFilter.filterVelocity(actual, desired, linear, angular, dt, linear, angular);
+  scale = m_motionFilter.filterVelocity(actual, desired, linear, angular, dt, linear, angular);
   const std::array<KtReal, 6> rows = keptComponents(actual.orientation(), linear, angular);
   commanded.assign(rows.begin(), rows.begin() + static_cast<std::ptrdiff_t>(rowCount()));
 }

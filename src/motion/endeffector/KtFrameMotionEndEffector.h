@@ -71,10 +71,10 @@ class KtFrameMotionEndEffector : public KtEndEffector {
   // angular in system axes, or none), then the kept components of its output, taken at the
   // rows' point and, for a frame-axes layout, in the axes of the actual placement. Any other
   // feed-forward size prints the layout's message and leaves `commanded` as it was.
-  void filterEndEffectorVelocity(const Kt::coordinateSystemTransformation& actual,
-                                 const Kt::coordinateSystemTransformation& desired,
-                                 const KtEndEffectorVelocityEntries& feedForward, KtReal dt,
-                                 KtEndEffectorVelocityEntries& commanded) const override;
+  void filterVelocityAndScale(const Kt::coordinateSystemTransformation& actual,
+                              const Kt::coordinateSystemTransformation& desired,
+                              const KtEndEffectorVelocityEntries& feedForward, KtReal dt,
+                              KtEndEffectorVelocityEntries& commanded, KtReal& scale) const override;
 
  protected:
   using KtEndEffector::KtEndEffector;

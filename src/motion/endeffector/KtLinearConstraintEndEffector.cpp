@@ -150,15 +150,17 @@ void KtLinearConstraintEndEffector::setEditingValues(const KtEditingValues& valu
   m_threshold = threshold;
 }
 
-void KtLinearConstraintEndEffector::filterEndEffectorVelocity(
-    const Kt::coordinateSystemTransformation& actual, const Kt::coordinateSystemTransformation& desired,
-    const KtEndEffectorVelocityEntries& feedForward, KtReal dt,
-    KtEndEffectorVelocityEntries& commanded) const {
+void KtLinearConstraintEndEffector::filterVelocityAndScale(const Kt::coordinateSystemTransformation& actual,
+                                                           const Kt::coordinateSystemTransformation& desired,
+                                                           const KtEndEffectorVelocityEntries& feedForward,
+                                                           KtReal dt, KtEndEffectorVelocityEntries& commanded,
+                                                           KtReal& scale) const {
+  scale = 1.0;
   std::array<KtReal, 1> forward, velocity;
   if (!ktFeedForwardEntries(feedForward, 1, "KtLinearConstraintEndEffector::filterEndEffectorVelocity",
                             forward))
     return;
-  ktFilterPointError<1>(m_gain, m_threshold, std::array<KtReal, 1>{actual.translation().x()},
-                        std::array<KtReal, 1>{desired.translation().x()}, forward, dt, velocity);
+  scale = ktFilterPointError<1>(m_gain, m_threshold, std::array<KtReal, 1>{actual.translation().x()},
+                                std::array<KtReal, 1>{desired.translation().x()}, forward, dt, velocity);
   commanded.assign(1, velocity[0]);
 }

@@ -74,10 +74,10 @@ class KtLinearConstraintEndEffector : public KtXmlCloneable<KtLinearConstraintEn
   KtReal errorWeight() const override { return m_errorWeight; }
   void setErrorWeight(KtReal weight) override { m_errorWeight = weight; }
 
-  void filterEndEffectorVelocity(const Kt::coordinateSystemTransformation& actual,
-                                 const Kt::coordinateSystemTransformation& desired,
-                                 const KtEndEffectorVelocityEntries& feedForward, KtReal dt,
-                                 KtEndEffectorVelocityEntries& commanded) const override;
+  void filterVelocityAndScale(const Kt::coordinateSystemTransformation& actual,
+                              const Kt::coordinateSystemTransformation& desired,
+                              const KtEndEffectorVelocityEntries& feedForward, KtReal dt,
+                              KtEndEffectorVelocityEntries& commanded, KtReal& scale) const override;
 
   // Resolves the joint labels to joint indices, once per manipulator, label list and model
   // revision; the queries above call it themselves.

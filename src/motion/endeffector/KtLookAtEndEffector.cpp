@@ -64,11 +64,12 @@ KtReal KtLookAtEndEffector::normalizedDistance(const Kt::coordinateSystemTransfo
   return linearDistance(first, second) / ktGuardPositive(m_motionFilter.threshold());
 }
 
-void KtLookAtEndEffector::filterEndEffectorVelocity(const Kt::coordinateSystemTransformation& actual,
-                                                    const Kt::coordinateSystemTransformation& desired,
-                                                    const KtEndEffectorVelocityEntries& feedForward,
-                                                    KtReal dt,
-                                                    KtEndEffectorVelocityEntries& commanded) const {
+void KtLookAtEndEffector::filterVelocityAndScale(const Kt::coordinateSystemTransformation& actual,
+                                                 const Kt::coordinateSystemTransformation& desired,
+                                                 const KtEndEffectorVelocityEntries& feedForward, KtReal dt,
+                                                 KtEndEffectorVelocityEntries& commanded,
+                                                 KtReal& scale) const {
+  scale = 1.0;
   Kt::Vector feedLinear, feedAngular;
   if (!feedForwardMotion(feedForward, feedLinear, feedAngular)) return;
   const std::array<KtReal, 6> feed = keptComponents(actual.orientation(), feedLinear, feedAngular);
@@ -77,7 +78,7 @@ void KtLookAtEndEffector::filterEndEffectorVelocity(const Kt::coordinateSystemTr
   KtReal x = gain * error.x(), y = gain * error.y();
   const KtReal speedSquared = x * x + y * y, threshold = m_motionFilter.threshold();
   if (speedSquared > threshold * threshold) {
-    const KtReal scale = std::sqrt(threshold * threshold / speedSquared);
+    scale = std::sqrt(threshold * threshold / speedSquared);
     x *= scale;
     y *= scale;
   }

@@ -44,10 +44,10 @@ class KtLookAtEndEffector : public KtXmlCloneable<KtLookAtEndEffector, KtFramedE
   KtReal linearDistance(const Kt::coordinateSystemTransformation& first,
                         const Kt::coordinateSystemTransformation& second) const override;
 
-  void filterEndEffectorVelocity(const Kt::coordinateSystemTransformation& actual,
-                                 const Kt::coordinateSystemTransformation& desired,
-                                 const KtEndEffectorVelocityEntries& feedForward, KtReal dt,
-                                 KtEndEffectorVelocityEntries& commanded) const override;
+  void filterVelocityAndScale(const Kt::coordinateSystemTransformation& actual,
+                              const Kt::coordinateSystemTransformation& desired,
+                              const KtEndEffectorVelocityEntries& feedForward, KtReal dt,
+                              KtEndEffectorVelocityEntries& commanded, KtReal& scale) const override;
 
  protected:
   void registerComponents() override;

@@ -41,11 +41,11 @@ void KtOrientationEndEffector::setEditingValues(const KtEditingValues& values) {
   parseFilterValues(values, 4);
 }
 
-void KtOrientationEndEffector::filterEndEffectorVelocity(const Kt::coordinateSystemTransformation& actual,
-                                                         const Kt::coordinateSystemTransformation& desired,
-                                                         const KtEndEffectorVelocityEntries& feedForward,
-                                                         KtReal dt,
-                                                         KtEndEffectorVelocityEntries& commanded) const {
+void KtOrientationEndEffector::filterVelocityAndScale(const Kt::coordinateSystemTransformation& actual,
+                                                      const Kt::coordinateSystemTransformation& desired,
+                                                      const KtEndEffectorVelocityEntries& feedForward,
+                                                      KtReal dt, KtEndEffectorVelocityEntries& commanded,
+                                                      KtReal& scale) const {
   const Kt::coordinateSystemTransformation turned(actual.translation(), desired.orientation());
-  KtFrameMotionEndEffector::filterEndEffectorVelocity(actual, turned, feedForward, dt, commanded);
+  KtFrameMotionEndEffector::filterVelocityAndScale(actual, turned, feedForward, dt, commanded, scale);
 }

@@ -29,10 +29,10 @@ class KtOrientationEndEffector : public KtXmlCloneable<KtOrientationEndEffector,
 
   // The desired placement's translation is replaced by the actual one, so that a position
   // error, which this end effector does not constrain, takes no share of the speed limit.
-  void filterEndEffectorVelocity(const Kt::coordinateSystemTransformation& actual,
-                                 const Kt::coordinateSystemTransformation& desired,
-                                 const KtEndEffectorVelocityEntries& feedForward, KtReal dt,
-                                 KtEndEffectorVelocityEntries& commanded) const override;
+  void filterVelocityAndScale(const Kt::coordinateSystemTransformation& actual,
+                              const Kt::coordinateSystemTransformation& desired,
+                              const KtEndEffectorVelocityEntries& feedForward, KtReal dt,
+                              KtEndEffectorVelocityEntries& commanded, KtReal& scale) const override;
 
  protected:
   void registerComponents() override;

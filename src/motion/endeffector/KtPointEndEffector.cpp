@@ -83,13 +83,16 @@ void KtPointEndEffector::setEditingValues(const KtEditingValues& values) {
   setIsHardConstraint(parseEditingFlag(values[4].second));
 }
 
-void KtPointEndEffector::filterEndEffectorVelocity(const Kt::coordinateSystemTransformation& actual,
-                                                   const Kt::coordinateSystemTransformation& desired,
-                                                   const KtEndEffectorVelocityEntries& feedForward, KtReal dt,
-                                                   KtEndEffectorVelocityEntries& commanded) const {
+void KtPointEndEffector::filterVelocityAndScale(const Kt::coordinateSystemTransformation& actual,
+                                                const Kt::coordinateSystemTransformation& desired,
+                                                const KtEndEffectorVelocityEntries& feedForward, KtReal dt,
+                                                KtEndEffectorVelocityEntries& commanded,
+                                                KtReal& scale) const {
+  scale = 1.0;
   Kt::Vector forward, velocity;
   if (!ktFeedForwardEntries(feedForward, 3, kOperations.filter, forward)) return;
-  pointMotionFilter().filterVelocity(actual.translation(), desired.translation(), forward, dt, velocity);
+  scale =
+      pointMotionFilter().filterVelocity(actual.translation(), desired.translation(), forward, dt, velocity);
   commanded.resize(3);
   for (std::size_t k = 0; k < 3; ++k) commanded[k] = velocity[k];
 }

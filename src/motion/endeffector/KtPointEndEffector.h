@@ -37,10 +37,10 @@ class KtPointEndEffector : public KtXmlCloneable<KtPointEndEffector, KtLinkPoint
   void setEditingValues(const KtEditingValues& values) override;
 
   // The point filter on the placements' translations; the feed-forward has 3 entries or none.
-  void filterEndEffectorVelocity(const Kt::coordinateSystemTransformation& actual,
-                                 const Kt::coordinateSystemTransformation& desired,
-                                 const KtEndEffectorVelocityEntries& feedForward, KtReal dt,
-                                 KtEndEffectorVelocityEntries& commanded) const override;
+  void filterVelocityAndScale(const Kt::coordinateSystemTransformation& actual,
+                              const Kt::coordinateSystemTransformation& desired,
+                              const KtEndEffectorVelocityEntries& feedForward, KtReal dt,
+                              KtEndEffectorVelocityEntries& commanded, KtReal& scale) const override;
 
  protected:
   void registerComponents() override;

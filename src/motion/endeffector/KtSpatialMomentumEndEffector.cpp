@@ -150,11 +150,12 @@ void KtSpatialMomentumEndEffector::setEditingValues(const KtEditingValues& value
   setDesiredAngularMomentum(angular);
 }
 
-void KtSpatialMomentumEndEffector::filterEndEffectorVelocity(const Kt::coordinateSystemTransformation&,
-                                                             const Kt::coordinateSystemTransformation&,
-                                                             const KtEndEffectorVelocityEntries& feedForward,
-                                                             KtReal,
-                                                             KtEndEffectorVelocityEntries& commanded) const {
+void KtSpatialMomentumEndEffector::filterVelocityAndScale(const Kt::coordinateSystemTransformation&,
+                                                          const Kt::coordinateSystemTransformation&,
+                                                          const KtEndEffectorVelocityEntries& feedForward,
+                                                          KtReal, KtEndEffectorVelocityEntries& commanded,
+                                                          KtReal& scale) const {
+  scale = 1.0;
   const std::size_t rows = rowCount();
   if (!feedForward.empty() && feedForward.size() != rows) {
     ktPrint(KtSeverity::Error,

@@ -51,10 +51,10 @@ class KtSpatialMomentumEndEffector : public KtXmlCloneable<KtSpatialMomentumEndE
   void setMotionThreshold(KtReal) override {}
   KtReal errorWeight() const override { return m_errorWeight; }
   void setErrorWeight(KtReal weight) override { m_errorWeight = weight; }
-  void filterEndEffectorVelocity(const Kt::coordinateSystemTransformation& actual,
-                                 const Kt::coordinateSystemTransformation& desired,
-                                 const KtEndEffectorVelocityEntries& feedForward, KtReal dt,
-                                 KtEndEffectorVelocityEntries& commanded) const override;
+  void filterVelocityAndScale(const Kt::coordinateSystemTransformation& actual,
+                              const Kt::coordinateSystemTransformation& desired,
+                              const KtEndEffectorVelocityEntries& feedForward, KtReal dt,
+                              KtEndEffectorVelocityEntries& commanded, KtReal& scale) const override;
 
   const Kt::Vector& desiredLinearMomentum() const { return m_desiredLinearMomentum.value(); }
   void setDesiredLinearMomentum(const Kt::Vector& momentum) { m_desiredLinearMomentum = momentum; }

@@ -117,14 +117,15 @@ void KtXyEndEffector::setEditingValues(const KtEditingValues& values) {
   setMotionThreshold(threshold);
 }
 
-void KtXyEndEffector::filterEndEffectorVelocity(const Kt::coordinateSystemTransformation& actual,
-                                                const Kt::coordinateSystemTransformation& desired,
-                                                const KtEndEffectorVelocityEntries& feedForward, KtReal dt,
-                                                KtEndEffectorVelocityEntries& commanded) const {
+void KtXyEndEffector::filterVelocityAndScale(const Kt::coordinateSystemTransformation& actual,
+                                             const Kt::coordinateSystemTransformation& desired,
+                                             const KtEndEffectorVelocityEntries& feedForward, KtReal dt,
+                                             KtEndEffectorVelocityEntries& commanded, KtReal& scale) const {
+  scale = 1.0;
   KtPlanarVector forward, velocity;
   if (!ktFeedForwardEntries(feedForward, 2, kOperations.filter, forward)) return;
-  pointMotionFilter().filterPlanarVelocity(planeCoordinates(actual.translation()),
-                                           planeCoordinates(desired.translation()), forward, dt, velocity);
+  scale = pointMotionFilter().filterPlanarVelocity(
+      planeCoordinates(actual.translation()), planeCoordinates(desired.translation()), forward, dt, velocity);
   commanded.resize(2);
   for (std::size_t k = 0; k < 2; ++k) commanded[k] = velocity[k];
 }

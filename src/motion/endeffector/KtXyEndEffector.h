@@ -49,10 +49,10 @@ class KtXyEndEffector : public KtXmlCloneable<KtXyEndEffector, KtLinkPointEndEff
   KtEditingValues editingValues() const override;
   void setEditingValues(const KtEditingValues& values) override;
 
-  void filterEndEffectorVelocity(const Kt::coordinateSystemTransformation& actual,
-                                 const Kt::coordinateSystemTransformation& desired,
-                                 const KtEndEffectorVelocityEntries& feedForward, KtReal dt,
-                                 KtEndEffectorVelocityEntries& commanded) const override;
+  void filterVelocityAndScale(const Kt::coordinateSystemTransformation& actual,
+                              const Kt::coordinateSystemTransformation& desired,
+                              const KtEndEffectorVelocityEntries& feedForward, KtReal dt,
+                              KtEndEffectorVelocityEntries& commanded, KtReal& scale) const override;
 
  protected:
   void registerComponents() override;

@@ -48,6 +48,29 @@ KtReal dot(const KtVelocityState& a, const KtVelocityState& b) {
   return sum + ga.linear().dot(gb.linear()) + ga.angular().dot(gb.angular());
 }
 
+// Whether every joint lies within its limits (which tells that it is finite as well), the case
+// in which a state is admitted as it is.
+bool withinLimits(const KtIndividualManipulator& manipulator, const std::vector<KtReal>& joints) {
+  for (std::size_t j = 0; j < joints.size(); ++j) {
+    const KtReal q = joints[j];
+    if (j >= manipulator.jointDof()) {
+      if (!std::isfinite(q)) return false;
+      continue;
+    }
+    const KtManipulatorLink& link = manipulator.link(j);
+    if (!(q >= link.lowerLimitConstraint() && q <= link.upperLimitConstraint())) return false;
+  }
+  return true;
+}
+
+// The angle of the shorter rotation between a and b: the value angleAxisBetween gives to the last
+// digit, without the sine, division and normalisation that its axis takes.
+KtReal angleBetween(const Kt::Orientation& a, const Kt::Orientation& b) {
+  if (a == b) return 0.0;
+  const KtReal c = a.w() * b.w() + Kt::Vector(a.x(), a.y(), a.z()).dot(Kt::Vector(b.x(), b.y(), b.z()));
+  return 2.0 * ktClampedAcos(std::abs(c));
+}
+
 }  // namespace
 
 KtVelocityStateReturnMode KtPositionControlSystem::checkedReturnMode() const {
@@ -71,6 +94,7 @@ bool KtPositionControlSystem::calculateState(KtReal time, KtManipulatorSystemSta
   clearResults();
   if (!integrityCheck()) return false;
   sizeWorkspace();
+  noteControlled();
   const KtVelocityStateReturnMode mode = checkedReturnMode();
   KtManipulatorSystemState& state = m_work.stated->state();
   if (!admitState()) return false;
@@ -82,7 +106,7 @@ bool KtPositionControlSystem::calculateState(KtReal time, KtManipulatorSystemSta
   for (std::size_t m = 0; m < m_work.results.size(); ++m)
     m_work.results[m].resetFilterScaleFactors(m_work.desired[m].size());
   if (!updateActualPlacements()) return failCalculation(0, false);
-  noteErrors(true);
+  m_work.errorsBeforePending = true;
 
   const KtReal now = state.time(), interval = time - now;
   const bool stepping = interval > 0.0 && m_isOn;
@@ -91,14 +115,21 @@ bool KtPositionControlSystem::calculateState(KtReal time, KtManipulatorSystemSta
     if (interval > 0.0) state.setTime(time);
     for (KtPropagationResultData& data : m_work.results) data.setTargetTimeReached(interval >= 0.0);
   } else {
-    m_work.callStart = state;
     const KtReal dt = guardedTimeStep();
     const StepPlan plan = planSteps(interval, dt, m_maxIterations, m_maxFinalPropagationSize);
+    const unsigned total = plan.wholeSteps + plan.finalSteps;
+    // Later steps and second passes find placements over the start's: measure the errors before
+    // while those are at hand. Rates are stored by a step that succeeds, so only a later step's
+    // refusal needs them restored.
+    if (total > 1 || m_useTwoPasses) settleCalculation();
+    m_work.callStart.positionStates() = state.positionStates();
+    if (total > 1) m_work.callStart.velocityStates() = state.velocityStates();
     unsigned steps = 0;
-    for (; steps < plan.wholeSteps + plan.finalSteps; ++steps) {
+    for (; steps < total; ++steps) {
       if (!step(steps < plan.wholeSteps ? dt : plan.finalLength, steps == 0)) {
-        state = m_work.callStart;
-        updateActualPlacements();
+        state.positionStates() = m_work.callStart.positionStates();
+        if (steps > 0) state.velocityStates() = m_work.callStart.velocityStates();
+        m_work.placementsStale = true;
         ktPrint(
             KtSeverity::Error,
             "KtPositionControlSystem::calculateState(): step %u was refused; the state is left unchanged.\n",
@@ -107,13 +138,13 @@ bool KtPositionControlSystem::calculateState(KtReal time, KtManipulatorSystemSta
       }
     }
     state.setTime(time);
-    if (!updateActualPlacements()) return failCalculation(0, false);
+    m_work.placementsStale = true;
     for (KtPropagationResultData& data : m_work.results) {
       data.setStepsTaken(steps);
       data.setTargetTimeReached(plan.reachesTarget);
     }
   }
-  noteErrors(false);
+  m_work.errorsAfterPending = true;
   noteConditioning(stepping);
   result = state;
   if (mode == KtVelocityStateReturnMode::finiteDifference && interval > 0.0) fillResult(result, interval);
@@ -128,12 +159,14 @@ bool KtPositionControlSystem::admitState() {
   const KtManipulatorSystem& system = m_work.stated->system();
   for (std::size_t m = 0; m < m_work.results.size() && m < positions.size(); ++m) {
     std::vector<KtReal>& joints = positions[m].jointPositions();
-    if (!ktAllFinite(joints) || !ktIsFinite(positions[m].coordinateSystemTransform())) {
+    const KtIndividualManipulator& manipulator = system.manipulator(m);
+    const bool poseFinite = ktIsFinite(positions[m].coordinateSystemTransform());
+    if (poseFinite && withinLimits(manipulator, joints)) continue;
+    if (!poseFinite || !ktAllFinite(joints)) {
       ktPrint(KtSeverity::Error,
               "KtPositionControlSystem::calculateState(): the state of manipulator %zu is not finite.\n", m);
       return failCalculation(m, true);
     }
-    const KtIndividualManipulator& manipulator = system.manipulator(m);
     for (std::size_t j = 0; j < joints.size(); ++j) {
       const KtReal held = manipulator.heldInLimits(j, joints[j]);
       if (held == joints[j]) continue;
@@ -147,6 +180,8 @@ bool KtPositionControlSystem::admitState() {
 void KtPositionControlSystem::clearResults() {
   for (KtPropagationResultData& data : m_work.results) data.clear();
   m_work.conditioning.forget();
+  m_work.errorsBeforePending = m_work.errorsAfterPending = false;
+  m_work.desiredKept = false;
 }
 
 bool KtPositionControlSystem::failCalculation(std::size_t manipulator, bool nonFinite) {
@@ -182,7 +217,7 @@ void KtPositionControlSystem::zeroRates() {
   KtManipulatorSystemState& state = m_work.stated->state();
   for (KtVelocityState& rates : state.velocityStates()) {
     std::fill(rates.jointVelocities().begin(), rates.jointVelocities().end(), 0.0);
-    rates.generalVelocity() = KtGeneralMotion();
+    rates.generalVelocity().setToZero();
   }
 }
 
@@ -210,7 +245,7 @@ bool KtPositionControlSystem::step(KtReal h, bool placed) {
 bool KtPositionControlSystem::solveRates(std::vector<KtVelocityState>& rates, bool placed) {
   const KtReal dt = guardedTimeStep();
   for (std::size_t m = 0; m < m_work.actual.size(); ++m) {
-    rates[m].generalVelocity() = KtGeneralMotion();
+    rates[m].generalVelocity().setToZero();
     if (!isControlled(m)) continue;
     const unsigned index = static_cast<unsigned>(m);
     if ((!placed && !calcAllEndEffectorPlacements(*m_work.stated, index, m_work.actual[m])) ||
@@ -278,19 +313,18 @@ void KtPositionControlSystem::combinePasses() {
 }
 
 // Largest linear and angular distance between actual and desired placements, per manipulator.
-void KtPositionControlSystem::noteErrors(bool before) {
+void KtPositionControlSystem::noteErrors(bool before) const {
+  const std::vector<KtManipulatorEndEffectorPlacement>& desiredPlacements =
+      m_work.desiredKept ? m_work.keptDesired : m_work.desired;
   Kt::coordinateSystemTransformation actual, desired;
   for (std::size_t m = 0; m < m_work.results.size(); ++m) {
     KtReal linear = 0.0, angular = 0.0;
-    for (std::size_t e = 0; e < m_work.actual[m].size() && e < m_work.desired[m].size(); ++e) {
+    for (std::size_t e = 0; e < m_work.actual[m].size() && e < desiredPlacements[m].size(); ++e) {
       const int index = static_cast<int>(e);
       m_work.actual[m].offsetInSystem(index, actual);
-      m_work.desired[m].offsetInSystem(index, desired);
-      KtReal angle = 0.0;
-      Kt::Vector axis;
-      actual.orientation().angleAxisBetween(desired.orientation(), angle, axis);
+      desiredPlacements[m].offsetInSystem(index, desired);
       linear = std::max(linear, (desired.translation() - actual.translation()).mag());
-      angular = std::max(angular, angle);
+      angular = std::max(angular, angleBetween(actual.orientation(), desired.orientation()));
     }
     if (before)
       m_work.results[m].setErrorsBefore(linear, angular);
@@ -313,7 +347,16 @@ void KtPositionControlSystem::noteConditioning(bool stepped) {
   }
 }
 
+void KtPositionControlSystem::settleCalculation() const {
+  if (m_work.errorsBeforePending) noteErrors(true);
+  if (m_work.placementsStale) updateActualPlacements();
+  if (m_work.errorsAfterPending) noteErrors(false);
+  m_work.errorsBeforePending = m_work.errorsAfterPending = false;
+  m_work.desiredKept = false;
+}
+
 const std::vector<KtPropagationResultData>& KtPositionControlSystem::propagationResults() const {
+  settleCalculation();
   m_work.conditioning.settle(m_work.results);
   return m_work.results;
 }

@@ -57,13 +57,22 @@ bool KtPositionControlSystem::placementIndexValid(int manipulator, int endEffect
   return false;
 }
 
-bool KtPositionControlSystem::isControlled(std::size_t manipulator) {
-  const KtIndividualVelocityControlDescription* description =
-      m_velocityControlSystem.individualVelocityControlDescription(static_cast<int>(manipulator));
-  return description != nullptr && description->isOn();
+void KtPositionControlSystem::noteControlled() {
+  for (std::size_t m = 0; m < m_work.controlled.size(); ++m) {
+    const KtIndividualVelocityControlDescription* description =
+        m_velocityControlSystem.individualVelocityControlDescription(static_cast<int>(m));
+    m_work.controlled[m] = description != nullptr && description->isOn();
+  }
 }
 
 bool KtPositionControlSystem::bind(KtStatedSystem& stated) {
+  // Binding the same system again completes the last calculation's diagnostics first; another
+  // system's state says nothing about them (and the old one may be gone).
+  if (m_work.stated == &stated)
+    settleCalculation();
+  else
+    m_work.errorsBeforePending = m_work.errorsAfterPending = false;
+  m_work.placementsStale = false;
   m_work.stated = &stated;
   sizeWorkspace();
   return initializeStates();
@@ -73,15 +82,20 @@ void KtPositionControlSystem::sizeWorkspace() {
   if (m_work.stated == nullptr) return;
   const std::size_t count =
       std::min(m_work.stated->system().size(), m_velocityControlSystem.manipulatorCount());
-  m_work.desired.resize(count);
-  m_work.desiredVelocities.resize(count);
-  m_work.actual.resize(count);
-  m_work.commanded.resize(count);
-  m_work.results.resize(count);
-  m_work.conditioning.resize(count);
-  m_work.rates.resize(count);
-  m_work.firstPassRates.resize(count);
-  m_work.firstPassPositions.resize(count);
+  // Every per-manipulator list is sized here together, so one size tells them all.
+  if (m_work.desired.size() != count) {
+    m_work.desired.resize(count);
+    m_work.keptDesired.resize(count);
+    m_work.desiredVelocities.resize(count);
+    m_work.actual.resize(count);
+    m_work.commanded.resize(count);
+    m_work.results.resize(count);
+    m_work.conditioning.resize(count);
+    m_work.rates.resize(count);
+    m_work.firstPassRates.resize(count);
+    m_work.firstPassPositions.resize(count);
+    m_work.controlled.resize(count);
+  }
   for (std::size_t m = 0; m < count; ++m) {
     const KtEndEffectorSet& set = *m_velocityControlSystem.endEffectorSet(static_cast<int>(m));
     const std::size_t size = set.size(), known = m_work.desired[m].size();
@@ -89,6 +103,7 @@ void KtPositionControlSystem::sizeWorkspace() {
     m_work.actual[m].resize(size);
     calcAllEndEffectorPlacements(*m_work.stated, static_cast<unsigned>(m), m_work.actual[m]);
     m_work.desired[m].resize(size);
+    m_work.keptDesired[m].resize(size);
     Kt::coordinateSystemTransformation placement;
     for (std::size_t e = known; e < size; ++e) {
       m_work.actual[m].offsetInSystem(static_cast<int>(e), placement);
@@ -112,6 +127,7 @@ bool KtPositionControlSystem::setDesiredPlacement(int manipulator, int endEffect
         endEffector);
     return false;
   }
+  keepDesired();
   return m_work.desired[static_cast<std::size_t>(manipulator)].setOffsetInSystem(endEffector, placement);
 }
 
@@ -131,7 +147,14 @@ bool KtPositionControlSystem::addDesiredPlacement(int manipulator, int endEffect
         endEffector);
     return false;
   }
+  keepDesired();
   return placements.setOffsetInSystem(endEffector, moved);
+}
+
+void KtPositionControlSystem::keepDesired() {
+  if (!m_work.errorsAfterPending || m_work.desiredKept) return;
+  m_work.keptDesired = m_work.desired;
+  m_work.desiredKept = true;
 }
 
 bool KtPositionControlSystem::desiredPlacement(int manipulator, int endEffector,
@@ -149,6 +172,7 @@ bool KtPositionControlSystem::desiredPlacement(int manipulator, int endEffector,
 
 bool KtPositionControlSystem::actualPlacement(int manipulator, int endEffector,
                                               Kt::coordinateSystemTransformation& placement) const {
+  settleCalculation();
   const bool known =
       manipulator >= 0 && static_cast<std::size_t>(manipulator) < m_work.actual.size() && endEffector >= 0 &&
       static_cast<std::size_t>(endEffector) < m_work.actual[static_cast<std::size_t>(manipulator)].size();
@@ -192,8 +216,8 @@ bool KtPositionControlSystem::setDesiredVelocity(unsigned manipulator, unsigned 
   return true;
 }
 
-bool KtPositionControlSystem::calcAllEndEffectorPlacements(const KtStatedSystem& stated, unsigned manipulator,
-                                                           KtManipulatorEndEffectorPlacement& placements) {
+bool KtPositionControlSystem::calcAllEndEffectorPlacements(
+    const KtStatedSystem& stated, unsigned manipulator, KtManipulatorEndEffectorPlacement& placements) const {
   if (manipulator >= stated.system().size() || manipulator >= m_velocityControlSystem.manipulatorCount() ||
       manipulator >= stated.state().positionStates().size()) {
     ktPrint(KtSeverity::Error,
@@ -205,7 +229,7 @@ bool KtPositionControlSystem::calcAllEndEffectorPlacements(const KtStatedSystem&
   const KtEndEffectorSet& set = *m_velocityControlSystem.endEffectorSet(index);
   const KtIndividualManipulator& arm = stated.system().manipulator(manipulator);
   KtManipulatorActiveState& state = *stated.activeState(index);
-  placements.resize(set.size());
+  if (placements.size() != set.size()) placements.resize(set.size());
   Kt::coordinateSystemTransformation placement;
   for (std::size_t e = 0; e < set.size(); ++e) {
     if (!set.endEffector(e).calculatePlacement(arm, state, placement)) {
@@ -219,8 +243,6 @@ bool KtPositionControlSystem::calcAllEndEffectorPlacements(const KtStatedSystem&
   return true;
 }
 
-// The correction of a filter alone has no feed-forward; how much its threshold cut it is the
-// ratio of its length to that of the same correction with the threshold lifted.
 bool KtPositionControlSystem::calculateGeneralMotion(int manipulator, KtReal dt) {
   const int descriptions = static_cast<int>(m_work.commanded.size());
   if (manipulator < 0 || manipulator >= descriptions) {
@@ -231,19 +253,21 @@ bool KtPositionControlSystem::calculateGeneralMotion(int manipulator, KtReal dt)
             descriptions, manipulator);
     return false;
   }
+  // Called from outside after a calculation, it needs the placements of the present state.
+  if (m_work.placementsStale) settleCalculation();
   const auto m = static_cast<std::size_t>(manipulator);
-  KtEndEffectorSet& set = *m_velocityControlSystem.endEffectorSet(manipulator);
-  static const KtEndEffectorVelocityEntries noFeedForward;
+  const KtEndEffectorSet& set = *m_velocityControlSystem.endEffectorSet(manipulator);
   Kt::coordinateSystemTransformation actual, desired;
   for (std::size_t e = 0; e < set.size(); ++e) {
-    KtEndEffector& endEffector = set.endEffector(e);
+    const KtEndEffector& endEffector = set.endEffector(e);
     const int index = static_cast<int>(e);
     m_work.actual[m].offsetInSystem(index, actual);
     m_work.desired[m].offsetInSystem(index, desired);
     KtEndEffectorVelocityEntries& commanded = m_work.commanded[m].velocity(e);
     commanded.assign(set.rowCount(e), 0.0);
     const KtEndEffectorVelocityEntries& feedForward = m_work.desiredVelocities[m].velocity(e);
-    endEffector.filterEndEffectorVelocity(actual, desired, feedForward, dt, commanded);
+    KtReal scale = 1.0;
+    endEffector.filterVelocityAndScale(actual, desired, feedForward, dt, commanded, scale);
     if (!ktAllFinite(commanded)) {
       m_work.results[m].setNonFiniteRejected(true);
       ktPrint(KtSeverity::Error,
@@ -253,20 +277,7 @@ bool KtPositionControlSystem::calculateGeneralMotion(int manipulator, KtReal dt)
               index);
       return false;
     }
-    const KtReal threshold = endEffector.motionThreshold();
-    // Without a feed-forward the commanded velocity is the correction itself.
-    if (std::all_of(feedForward.begin(), feedForward.end(), [](KtReal v) { return v == 0.0; }))
-      m_work.correction.assign(commanded.begin(), commanded.end());
-    else
-      endEffector.filterEndEffectorVelocity(actual, desired, noFeedForward, dt, m_work.correction);
-    endEffector.setMotionThreshold(std::numeric_limits<KtReal>::infinity());
-    endEffector.filterEndEffectorVelocity(actual, desired, noFeedForward, dt, m_work.unclampedCorrection);
-    endEffector.setMotionThreshold(threshold);
-    KtReal clamped = 0.0, unclamped = 0.0;
-    for (KtReal entry : m_work.correction) clamped += entry * entry;
-    for (KtReal entry : m_work.unclampedCorrection) unclamped += entry * entry;
-    if (unclamped > 0.0 && clamped < unclamped)
-      m_work.results[m].noteFilterScaleFactor(e, std::sqrt(clamped / unclamped));
+    if (scale < 1.0) m_work.results[m].noteFilterScaleFactor(e, scale);
   }
   return true;
 }
@@ -312,7 +323,8 @@ bool KtPositionControlSystem::initializeStates() {
   return consistent && updateActualPlacements();
 }
 
-bool KtPositionControlSystem::updateActualPlacements() {
+bool KtPositionControlSystem::updateActualPlacements() const {
+  m_work.placementsStale = false;
   bool found = true;
   for (std::size_t m = 0; m < m_work.actual.size(); ++m)
     found = calcAllEndEffectorPlacements(*m_work.stated, static_cast<unsigned>(m), m_work.actual[m]) && found;
@@ -341,6 +353,7 @@ bool KtPositionControlSystem::updateState(const KtManipulatorSystemState& measur
   }
   // A NaN rate takes nothing, as no rate would be the safer reading of it.
   const KtReal s = rate > 0.0 ? std::min(rate, 1.0) : 0.0;
+  settleCalculation();
   const KtManipulatorSystem& system = m_work.stated->system();
   for (std::size_t m = 0; m < to.size(); ++m) {
     KtPositionState& position = controlled.positionStates()[m];
@@ -350,6 +363,6 @@ bool KtPositionControlSystem::updateState(const KtManipulatorSystemState& measur
     std::vector<KtReal>& joints = position.jointPositions();
     for (std::size_t j = 0; j < joints.size(); ++j) joints[j] = manipulator.heldInLimits(j, joints[j]);
   }
-  updateActualPlacements();
+  m_work.placementsStale = true;
   return true;
 }

@@ -104,7 +104,7 @@ class KtPositionControlSystem : public KtXmlCloneable<KtPositionControlSystem, K
                            const Kt::coordinateSystemTransformation& displacement);
   bool desiredPlacement(int manipulator, int endEffector,
                         Kt::coordinateSystemTransformation& placement) const;
-  // The placement found in the last calculation (or at binding).
+  // The placement in the state the last calculation (or binding, or blend) left.
   bool actualPlacement(int manipulator, int endEffector, Kt::coordinateSystemTransformation& placement) const;
   // The feed-forward velocity of an end effector's filter: empty (none), one entry per row, or the
   // six-entry general velocity that frame-like filters reduce.
@@ -114,7 +114,7 @@ class KtPositionControlSystem : public KtXmlCloneable<KtPositionControlSystem, K
   // The placements of every end effector of manipulator `manipulator`'s active set in the given
   // stated system's current state, in set order.
   bool calcAllEndEffectorPlacements(const KtStatedSystem& stated, unsigned manipulator,
-                                    KtManipulatorEndEffectorPlacement& placements);
+                                    KtManipulatorEndEffectorPlacement& placements) const;
   // The commanded velocities of a manipulator's end effectors from the actual and desired
   // placements and the desired velocities, through their filters over a step of dt.
   bool calculateGeneralMotion(int manipulator, KtReal dt);
@@ -154,13 +154,21 @@ class KtPositionControlSystem : public KtXmlCloneable<KtPositionControlSystem, K
   KtReal guardedTimeStep() const;
   bool manipulatorValid(int manipulator, const char* operation, const char* format) const;
   bool placementIndexValid(int manipulator, int endEffector, const char* operation) const;
-  // Whether manipulator m is stepped: its active description is on.
-  bool isControlled(std::size_t manipulator);
+  // Notes once per calculation which manipulators are stepped (their active description is on),
+  // for the passes, the integration and the diagnostics to ask.
+  void noteControlled();
+  bool isControlled(std::size_t manipulator) const { return m_work.controlled[manipulator] != 0; }
   // Gives every manipulator's data the size of its active set; new desired placements are the
   // actual ones.
   void sizeWorkspace();
-  bool updateActualPlacements();
-  void noteErrors(bool before);
+  bool updateActualPlacements() const;
+  void noteErrors(bool before) const;
+  // The one place where what a calculation leaves for later is completed: the errors before it
+  // (from the placements it started with), the actual placements of a state that has moved since
+  // they were found, then the errors after it. Every reader of any of them calls it first.
+  void settleCalculation() const;
+  // Keeps the desired placements for the pending errors before one of them changes.
+  void keepDesired();
   void zeroRates();
   KtVelocityStateReturnMode checkedReturnMode() const;
   void fillResult(KtManipulatorSystemState& result, KtReal interval) const;

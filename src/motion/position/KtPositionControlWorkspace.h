@@ -28,22 +28,35 @@ struct KtPositionControlWorkspace {
   KtStatedSystem* stated = nullptr;
   std::vector<KtManipulatorEndEffectorPlacement> desired;
   std::vector<KtManipulatorEndEffectorVelocity> desiredVelocities;
-  std::vector<KtManipulatorEndEffectorPlacement> actual;
+  // Filled in when read (see placementsStale), which is why a const read may write here.
+  mutable std::vector<KtManipulatorEndEffectorPlacement> actual;
   std::vector<KtManipulatorEndEffectorVelocity> commanded;
   // The diagnostics of the last calculation. Each smallest singular value is filled in by the
   // first read of the results (see KtTaskConditioning), which is why a const read may write here.
   mutable std::vector<KtPropagationResultData> results;
   mutable KtTaskConditioning conditioning;
+  // The state has moved since the actual placements were found: a calculation's steps or a blend
+  // moved it, and nothing has read the placements since. A control loop that never reads them
+  // finds them once per cycle, at the start of the next calculation, instead of twice.
+  mutable bool placementsStale = false;
+  // The errors before the last calculation are yet to be measured: `actual` still holds the
+  // placements it started from (it took at most one step, of one pass).
+  mutable bool errorsBeforePending = false;
+  // The errors after the last calculation are yet to be measured, in the state it left. Set
+  // whenever any of its errors are pending.
+  mutable bool errorsAfterPending = false;
+  // The desired placements the pending errors are measured against, kept when one is set first.
+  std::vector<KtManipulatorEndEffectorPlacement> keptDesired;
+  mutable bool desiredKept = false;
 
-  // The state when the calculation began (restored when it fails) and when the step began (the
-  // start of both passes).
+  // The state when the calculation began (its positions, and its rates when it takes more than
+  // one step: restored when it fails) and when the step began (the start of both passes).
   KtManipulatorSystemState callStart;
   KtManipulatorSystemState stepStart;
   // Rates of the current pass, and the first pass's rates and positions.
   std::vector<KtVelocityState> rates;
   std::vector<KtVelocityState> firstPassRates;
   std::vector<KtPositionState> firstPassPositions;
-  // A filter's correction without feed-forward, clamped and unclamped.
-  std::vector<KtReal> correction;
-  std::vector<KtReal> unclampedCorrection;
+  // Per manipulator, whether the present calculation steps it (1) or not (0).
+  std::vector<unsigned char> controlled;
 };

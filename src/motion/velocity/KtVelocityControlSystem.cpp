@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <utility>
 
 #include "foundation/Print.h"
 #include "motion/velocity/KtControlExpressionCore.h"
@@ -78,8 +79,13 @@ KtControlExpressionContainer* KtVelocityControlSystem::controlExpressionContaine
 }
 
 KtEndEffectorSet* KtVelocityControlSystem::endEffectorSet(int manipulator) {
+  return const_cast<KtEndEffectorSet*>(std::as_const(*this).endEffectorSet(manipulator));
+}
+
+const KtEndEffectorSet* KtVelocityControlSystem::endEffectorSet(int manipulator) const {
   if (!manipulatorValid(manipulator, "endEffectorSet")) return nullptr;
-  return &active(static_cast<std::size_t>(manipulator)).endEffectorSet();
+  const auto m = static_cast<std::size_t>(manipulator);
+  return &m_descriptions[m][activeIndex(m)].endEffectorSet();
 }
 
 bool KtVelocityControlSystem::endEffectorRelativeLinkData(

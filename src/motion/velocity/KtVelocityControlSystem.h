@@ -33,6 +33,7 @@ class KtVelocityControlSystem : public KtXmlCloneable<KtVelocityControlSystem, K
   KtIndividualVelocityControlDescription* individualVelocityControlDescription(int manipulator);
   KtControlExpressionContainer* controlExpressionContainer(int manipulator);
   KtEndEffectorSet* endEffectorSet(int manipulator);
+  const KtEndEffectorSet* endEffectorSet(int manipulator) const;
   // The relative-link data of every end effector of the active description's set, in order.
   bool endEffectorRelativeLinkData(int manipulator, std::vector<KtEndEffectorRelativeLinkData>& data) const;
 

@@ -92,26 +92,31 @@ TEST(KtPositionControlSystemTest, ReportsEveryRefusalAndChangesNothing) {
                                 head + "calculateState(): no stated system is bound.\n");
 }
 
-// With a time step of 0.008 s a filter gain of 200 acts as 125 = 1/0.008: the commanded speed is
-// 125 times the error, and one step closes a small error instead of overshooting it by 60%.
+// A filter gain of 200 acts as 125 = 1/0.008 with a time step of 0.008 s, so one step closes a small
+// error instead of overshooting it; a lower threshold shortens the speed by threshold / speed. Read
+// after a new desired placement and a blended measured state, the diagnostics keep their values.
 TEST(KtPositionControlSystemTest, FilterGainIsLimitedToOneStepErrorReduction) {
-  const KtPointEndEffector point = flangePoint(200.0, 100.0);
-  BoundArm arm(controlOf({&point}));
-  ASSERT_TRUE(arm.container.bind(arm.stated));
   const Kt::Vector error(1e-4, -2e-4, 1.5e-4);
-  const Kt::coordinateSystemTransformation start = arm.actual();
-  ASSERT_TRUE(arm.container.setDesiredPlacement(
-      0, 0, Kt::coordinateSystemTransformation(start.translation() + error)));
-  ASSERT_TRUE(arm.container.calculateGeneralMotion(0, 0.008));
-  const std::vector<double>& commanded = arm.system().commandedVelocities(0)->velocity(0);
-  for (std::size_t k = 0; k < 3; ++k) EXPECT_NEAR(commanded[k], 125.0 * error[k], 1e-12);
+  for (const double threshold : {100.0, 0.01}) {
+    const KtPointEndEffector point = flangePoint(200.0, threshold);
+    BoundArm arm(controlOf({&point}));
+    const Kt::coordinateSystemTransformation start = arm.actual();
+    const KtManipulatorSystemState startState = arm.stated.state();
+    ASSERT_TRUE(arm.container.setDesiredPlacement(
+        0, 0, Kt::coordinateSystemTransformation(start.translation() + error)));
+    ASSERT_TRUE(arm.container.calculateGeneralMotion(0, 0.008));
+    const std::vector<double>& commanded = arm.system().commandedVelocities(0)->velocity(0);
+    const double speed = std::fmin(125.0 * error.mag(), threshold);
+    for (std::size_t k = 0; k < 3; ++k) EXPECT_NEAR(commanded[k], speed * error[k] / error.mag(), 1e-12);
 
-  ASSERT_TRUE(arm.advance(0.008));
-  const KtPropagationResultData& data = arm.container.propagationResults()[0];
-  EXPECT_EQ(data.stepsTaken(), 1u);
-  EXPECT_NEAR(data.linearErrorBefore(), error.mag(), 1e-15);
-  EXPECT_LT(data.linearErrorAfter(), 1e-2 * error.mag());
-  EXPECT_EQ(data.filterScaleFactors(), std::vector<double>{1.0});
+    ASSERT_TRUE(arm.advance(0.008));
+    ASSERT_TRUE(arm.container.setDesiredPlacement(0, 0, start));
+    ASSERT_TRUE(arm.container.updateState(startState, 1.0));
+    const KtPropagationResultData& data = arm.container.propagationResults()[0];
+    EXPECT_NEAR(data.linearErrorBefore(), error.mag(), 1e-15);
+    EXPECT_NEAR(data.linearErrorAfter(), error.mag() - speed * 0.008, 1e-2 * error.mag());
+    EXPECT_NEAR(data.filterScaleFactors()[0], speed / (125.0 * error.mag()), 1e-12);
+  }
 }
 
 // An unknown return mode is reported and the solved rates come back; "finiteDifference" gives the
