@@ -42,6 +42,19 @@ decltype(auto) withColumnCount(std::size_t n, Kernel&& kernel) {
   }
 }
 
+// Rows of the factors lie this many entries apart: seven columns are padded to eight, so that a
+// row is two whole 256-bit lanes (or four two-lane ones). The padding is never read.
+constexpr std::size_t paddedLength(std::size_t n) { return n == 7 ? 8 : n; }
+
+template <typename Columns>
+auto strideOf(Columns n) {
+  if constexpr (std::is_same_v<Columns, std::size_t>) {
+    return paddedLength(n);
+  } else {
+    return std::integral_constant<std::size_t, paddedLength(Columns::value)>{};
+  }
+}
+
 bool wideLanesAvailable() {
   __builtin_cpu_init();
   return __builtin_cpu_supports("avx2");
@@ -131,16 +144,16 @@ bool KtCoreVelocityControlTool::solve(const Kt::ReArray& J, const Kt::ReArray* W
 template <typename Columns>
 void KtCoreVelocityControlTool::projectOnNullDirection(const std::vector<KtReal>& F, KtReal alpha,
                                                        const std::vector<KtReal>& V, Columns columns) {
-  const std::size_t n = columns, m = n - 1;
+  const std::size_t n = columns, m = n - 1, stride = strideOf(columns);
   KtReal* z = m_exchanged.data();
   for (std::size_t r = 0; r < m; ++r) {
-    const KtReal* lower = m_lower.data() + r * n;
+    const KtReal* lower = m_lower.data() + r * stride;
     KtReal sum = V[r];
     for (std::size_t i = 0; i < r; ++i) sum -= lower[i] * z[i];
     z[r] = sum;
   }
   for (std::size_t r = m; r-- > 0;) {
-    const KtReal* upper = m_factors.data() + r * n;
+    const KtReal* upper = m_factors.data() + r * stride;
     KtReal sum = z[r];
     for (std::size_t t = r + 1; t < m; ++t) sum -= upper[t] * z[t];
     z[r] = sum * m_reciprocalPivots[r];
@@ -205,8 +218,8 @@ void KtCoreVelocityControlTool::clearRates() {
 
 void KtCoreVelocityControlTool::reshape(std::size_t m, std::size_t n) {
   if (m == m_storageRows && n == m_storageColumns) return;
-  m_factors.resize(n * n);
-  m_lower.resize(n * n);
+  m_factors.resize(n * paddedLength(n));
+  m_lower.resize(n * paddedLength(n));
   m_pivots.resize(n);
   m_basisOrder.resize(n);
   m_leadingZeros.resize(n);
@@ -314,21 +327,21 @@ bool KtCoreVelocityControlTool::reportSingularCore(std::size_t row) const {
 // same order, without forming the row or subtracting whole rows from it.
 template <typename Columns>
 std::size_t KtCoreVelocityControlTool::factorIdentityRow(Columns columns) const {
-  const std::size_t n = columns, m = n - 1;
+  const std::size_t n = columns, m = n - 1, stride = strideOf(columns);
   const KtReal* basis = m_basis.data();
   const KtReal* factors = m_factors.data();
-  KtReal* lower = m_lower.data() + m * n;
+  KtReal* lower = m_lower.data() + m * stride;
   KtReal scale = 1.0, pivot = 1.0;
   for (std::size_t i = 0; i < m; ++i) {
     KtReal entry = basis[i];
-    for (std::size_t j = 0; j < i; ++j) entry -= factors[j * n + i] * lower[j];
+    for (std::size_t j = 0; j < i; ++j) entry -= factors[j * stride + i] * lower[j];
     lower[i] = entry * m_reciprocalPivots[i];
-    pivot -= factors[i * n + m] * lower[i];
+    pivot -= factors[i * stride + m] * lower[i];
     scale = std::max(scale, std::fabs(basis[i]));
   }
   m_pivots[m] = m;
   if (pivot == 0.0) pivot = kZeroPivotReplacement;
-  m_factors[m * n + m] = pivot;
+  m_factors[m * stride + m] = pivot;
   m_reciprocalPivots[m] = 1.0 / pivot;
   return scale > 0.0 && std::fabs(pivot) > kNegligiblePivot * scale ? n : m;
 }
@@ -343,7 +356,7 @@ void KtCoreVelocityControlTool::copyJacobian(const Kt::ReArray& J, const Kt::ReA
   for (std::size_t r = 0; r < m; ++r) {
     // A loop of constant length is a few moves, where copy_n calls memcpy.
     const KtReal* source = J[r].data();
-    KtReal* target = m_factors.data() + r * n;
+    KtReal* target = m_factors.data() + r * strideOf(columns);
     for (std::size_t c = 0; c < n; ++c) target[c] = source[c];
     std::size_t zeros = 0;
     if (sparsity) {
@@ -371,17 +384,18 @@ template <typename Columns>
 std::size_t KtCoreVelocityControlTool::factorRows(std::size_t first, std::size_t last,
                                                   std::size_t rowsPresent, Columns columns) {
   const std::size_t n = columns;
+  const auto stride = strideOf(columns);
   KtReal* factors = m_factors.data();
   for (std::size_t k = first; k < last; ++k) {
-    KtReal* entries = factors + k * n;
-    KtReal* lower = m_lower.data() + k * n;
+    KtReal* entries = factors + k * stride;
+    KtReal* lower = m_lower.data() + k * stride;
     const KtReal scale = largestMagnitude(entries, n);
     const std::size_t zeros = m_leadingZeros[k];
     for (std::size_t i = 0; i < zeros; ++i) lower[i] = entries[i];
     for (std::size_t i = zeros; i < k; ++i) {
       const KtReal multiplier = entries[i] * m_reciprocalPivots[i];
       lower[i] = multiplier;
-      subtractMultiple(entries, factors + i * n, multiplier, columns);
+      subtractMultiple(entries, factors + i * stride, multiplier, stride);
     }
     std::size_t pivot = k;
     KtReal largest = std::fabs(entries[k]);
@@ -405,8 +419,9 @@ std::size_t KtCoreVelocityControlTool::factorRows(std::size_t first, std::size_t
 template <typename Columns>
 void KtCoreVelocityControlTool::exchangeColumns(std::size_t k, std::size_t pivot, std::size_t rowsPresent,
                                                 Columns columns) {
-  const std::size_t n = columns;
-  for (KtReal* entries = m_factors.data(); entries < m_factors.data() + rowsPresent * n; entries += n)
+  const std::size_t stride = strideOf(columns);
+  for (KtReal* entries = m_factors.data(); entries < m_factors.data() + rowsPresent * stride;
+       entries += stride)
     std::swap(entries[k], entries[pivot]);
   // Exchanges among the rows of Nᵀ·W come after the basis is written and leave its order.
   if (k < m_rowCount) std::swap(m_basisOrder[k], m_basisOrder[pivot]);
@@ -435,7 +450,7 @@ void KtCoreVelocityControlTool::formBasis(Rows rows, Columns columns) {
   for (std::size_t j = 0; j < n - m; ++j) {
     KtReal* basis = m_basis.data() + j * m;
     for (std::size_t i = m; i-- > 0;) {
-      const KtReal* entries = m_factors.data() + i * n;
+      const KtReal* entries = m_factors.data() + i * strideOf(columns);
       KtReal sum = -entries[m + j];
       for (std::size_t t = i + 1; t < m; ++t) sum -= entries[t] * basis[t];
       basis[i] = sum * m_reciprocalPivots[i];
@@ -451,7 +466,7 @@ void KtCoreVelocityControlTool::formNullSpaceRows(const Kt::ReArray* W, Columns 
   const std::size_t m = m_rowCount;
   const std::size_t n = columns;
   for (std::size_t j = 0; j < m_nullity; ++j) {
-    KtReal* entries = m_factors.data() + (m + j) * n;
+    KtReal* entries = m_factors.data() + (m + j) * strideOf(columns);
     const KtReal* basis = m_basis.data() + j * m;
     if (W == nullptr) {
       for (std::size_t c = 0; c < n; ++c) entries[c] = c < m ? basis[c] : (c == m + j ? 1.0 : 0.0);
@@ -476,7 +491,7 @@ void KtCoreVelocityControlTool::substitute(const std::array<KtReal*, Count>& x, 
   const std::size_t n = columns;
   std::array<KtReal, Count> sums;
   for (std::size_t r = 0; r < n; ++r) {
-    const KtReal* entries = m_lower.data() + r * n;
+    const KtReal* entries = m_lower.data() + r * strideOf(columns);
     for (std::size_t c = 0; c < Count; ++c) sums[c] = x[c][r];
     for (std::size_t i = 0; i < r; ++i) {
       for (std::size_t c = 0; c < Count; ++c) sums[c] -= entries[i] * x[c][i];
@@ -484,7 +499,7 @@ void KtCoreVelocityControlTool::substitute(const std::array<KtReal*, Count>& x, 
     for (std::size_t c = 0; c < Count; ++c) x[c][r] = sums[c];
   }
   for (std::size_t r = n; r-- > 0;) {
-    const KtReal* entries = m_factors.data() + r * n;
+    const KtReal* entries = m_factors.data() + r * strideOf(columns);
     for (std::size_t c = 0; c < Count; ++c) sums[c] = x[c][r];
     for (std::size_t t = r + 1; t < n; ++t) {
       for (std::size_t c = 0; c < Count; ++c) sums[c] -= entries[t] * x[c][t];

@@ -104,10 +104,9 @@ class KtCoreVelocityControlTool {
   template <std::size_t Count, typename Columns>
   void substitute(const std::array<KtReal*, Count>& x, Columns n) const;
 
-  // The factors, row-major with n entries a row, in the exchanged column order: U on and above
-  // the diagonal of m_factors, L below the diagonal of m_lower (unit diagonal implied); nothing
-  // else in either is read.
-  // Mutable because calc() completes the core's last row when the solve left it out.
+  // The factors, row-major with rows paddedLength(n) entries apart, in the exchanged column order: U on and
+  // above the diagonal of m_factors, L below the diagonal of m_lower (unit diagonal implied); nothing else in
+  // either is read. Mutable because calc() completes the core's last row when the solve left it out.
   mutable std::vector<KtReal> m_factors;
   mutable std::vector<KtReal> m_lower;
   // pivots[k]: the column exchanged with column k at step k.
