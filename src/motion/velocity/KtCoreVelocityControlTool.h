@@ -61,7 +61,7 @@ class KtCoreVelocityControlTool {
   // Checks the shapes, then factors the core matrix of J and W (n x n).
   bool factor(const Kt::ReArray& J, const Kt::ReArray* W, std::size_t n, const Kt::ReArray* sparsity);
   // The rates when W is the identity and J leaves one free direction, from J's factors and
-  // the basis alone (the core matrix is factored all the same, for calc).
+  // the basis alone (calc() factors the core matrix's last row when it is needed).
   template <typename Columns>
   void projectOnNullDirection(const std::vector<KtReal>& F, KtReal alpha, const std::vector<KtReal>& V,
                               Columns n);
@@ -70,6 +70,14 @@ class KtCoreVelocityControlTool {
   void reshape(std::size_t m, std::size_t n);
   // The rest of factor, with the column count n as a run-time value or as a compile-time
   // constant (so do the kernels below).
+  // factorWith for a constant column count, for the baseline instruction set and with 256-bit
+  // lanes; one of the two is chosen once, from the processor's features.
+  template <std::size_t Columns>
+  [[gnu::flatten]] bool factorBaseline(const Kt::ReArray& J, const Kt::ReArray* W,
+                                       const Kt::ReArray* sparsity);
+  template <std::size_t Columns>
+  [[gnu::flatten, gnu::target("avx2")]] bool factorWide(const Kt::ReArray& J, const Kt::ReArray* W,
+                                                        const Kt::ReArray* sparsity);
   template <typename Columns>
   bool factorWith(const Kt::ReArray& J, const Kt::ReArray* W, const Kt::ReArray* sparsity, Columns n);
   template <typename Columns>
@@ -90,24 +98,25 @@ class KtCoreVelocityControlTool {
   // Factors the core matrix's single row below J's when W is the identity; returns it if it
   // depends on the rows above it, else n.
   template <typename Columns>
-  std::size_t factorIdentityRow(Columns n);
+  std::size_t factorIdentityRow(Columns n) const;
+  bool reportSingularCore(std::size_t row) const;
   // Solves in place, for each of the given right-hand sides, with the factors.
   template <std::size_t Count, typename Columns>
   void substitute(const std::array<KtReal*, Count>& x, Columns n) const;
 
-  // The factors, row-major with n entries a row, in the exchanged column order: U on and above
-  // the diagonal of m_factors, L below the diagonal of m_lower (unit diagonal implied); nothing
-  // else in either is read.
-  std::vector<KtReal> m_factors;
-  std::vector<KtReal> m_lower;
+  // The factors, row-major with rows paddedLength(n) entries apart, in the exchanged column order: U on and
+  // above the diagonal of m_factors, L below the diagonal of m_lower (unit diagonal implied); nothing else in
+  // either is read. Mutable because calc() completes the core's last row when the solve left it out.
+  mutable std::vector<KtReal> m_factors;
+  mutable std::vector<KtReal> m_lower;
   // pivots[k]: the column exchanged with column k at step k.
-  std::vector<std::size_t> m_pivots;
+  mutable std::vector<std::size_t> m_pivots;
   // basisOrder[c]: the original column at position c once J is factored, the order that the
   // basis vectors and the rows of Nᵀ·W are written in.
   std::vector<std::size_t> m_basisOrder;
   // Per row, how many leading entries (in the current column order) are structurally zero.
   std::vector<std::size_t> m_leadingZeros;
-  std::vector<KtReal> m_reciprocalPivots;
+  mutable std::vector<KtReal> m_reciprocalPivots;
   // Null-space basis in m_basisOrder: vector j is (b_j, e_j), with b_j (m
   // entries, stored at j·m) solving U11·b_j = −U12·e_j for the leading m x m block U11 of J's
   // factors.
@@ -129,4 +138,6 @@ class KtCoreVelocityControlTool {
   bool m_sparse = false;
   // Whether m_factors holds the factors of the last successful prep.
   bool m_factored = false;
+  // Whether the core's last row (W the identity, one free direction) is still to be factored.
+  mutable bool m_identityRowPending = false;
 };
