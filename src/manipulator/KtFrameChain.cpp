@@ -226,6 +226,9 @@ template <KtFrameSweep::Rows rows, typename Lanes>
     const KtAngleGroup& group = angles[k / lanes];
     const std::size_t j = k % lanes;
     if (plan.halfAngleRow != nullptr) {
+      // Noted here rather than when the values are gathered, where it would look up the plan
+      // once more.
+      plan.halfAngleRow->noteJointValue(group.values[j]);
       turnByRow<rows>(plan.row, group.sines[j], group.cosines[j], group.sinesOfHalves[j],
                       group.cosinesOfHalves[j], frame);
       storeFrame(frame, plan, record);
@@ -248,7 +251,6 @@ template <typename Lanes>
     const std::size_t link = run.path[k];
     const KtReal value = link < jointCount ? joints[link] : 0.0;
     angles[k / lanes].values[k % lanes] = value;
-    if (const KtDenavitHartenberg* row = run.plans[link].halfAngleRow) row->noteJointValue(value);
   }
   const std::size_t groups = KtFrameSweep::groups(run.count);
   for (std::size_t g = 0; g < groups; ++g) trigonometricPass<Lanes>(angles[g]);
