@@ -54,8 +54,8 @@ class KtEndEffectorSet : public KtXmlCloneable<KtEndEffectorSet, KtXmlCompoundTy
                               KtManipulatorActiveState& state) const {
     return m_jacobianTool.calculate(*this, manipulator, isFixedBase, state);
   }
-  // The stacked Jacobian of the last call to jacobian().
-  const Kt::ReArray& lastJacobian() const { return m_jacobianTool.jacobian(); }
+  // Moves the stacked Jacobian of the last call to jacobian() into `kept` (see KtJacobianTool).
+  void handOverLastJacobian(Kt::ReArray& kept) { m_jacobianTool.exchange(kept); }
   // Shapes `sparsity` like the stacked Jacobian of manipulator `manipulatorIndex` of the
   // stated system, zeroes it and lets every end effector mark where its rows can be non-zero.
   // A bad index prints a message and leaves `sparsity` as it was.

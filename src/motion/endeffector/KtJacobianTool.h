@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <utility>
 
 #include "manipulator/KtIndividualManipulator.h"
 #include "manipulator/KtManipulatorActiveState.h"
@@ -18,7 +19,14 @@ class KtJacobianTool {
   // every end effector write its rows from its first row on.
   const Kt::ReArray& calculate(const KtEndEffectorSet& set, const KtIndividualManipulator& manipulator,
                                bool isFixedBase, KtManipulatorActiveState& state);
-  const Kt::ReArray& jacobian() const { return m_jacobian; }
+  // Hands the last matrix over to `kept` and takes kept's storage in its place: a caller keeps
+  // the matrix without copying it, and the next calculation reuses that storage when its shape fits.
+  void exchange(Kt::ReArray& kept) {
+    // Shaped like this matrix first, kept's storage fits the next calculation when it comes back.
+    if (kept.rows() != m_jacobian.rows() || kept.columns() != m_jacobian.columns())
+      kept.setToZeros(m_jacobian.rows(), m_jacobian.columns());
+    std::swap(m_jacobian, kept);
+  }
 
   static std::size_t columnCount(const KtIndividualManipulator& manipulator, bool isFixedBase) {
     return manipulator.jointDof() + (isFixedBase ? 0 : 6);

@@ -335,15 +335,14 @@ void KtPositionControlSystem::noteErrors(bool before) const {
 
 void KtPositionControlSystem::noteConditioning(bool stepped) {
   for (std::size_t m = 0; m < m_work.results.size(); ++m) {
-    const KtIndividualVelocityControlDescription& description =
-        *m_velocityControlSystem.individualVelocityControlDescription(static_cast<int>(m));
-    const KtEndEffectorSet& set = description.endEffectorSet();
-    if (stepped && isControlled(m))
-      m_work.conditioning.keep(m, set.lastJacobian());
-    else
-      m_work.conditioning.keep(m,
-                               set.jacobian(m_work.stated->system().manipulator(m), description.isFixedBase(),
-                                            *m_work.stated->activeState(static_cast<int>(m))));
+    const int index = static_cast<int>(m);
+    KtEndEffectorSet& set = *m_velocityControlSystem.endEffectorSet(index);
+    // Without a step in this calculation the set's last Jacobian is not the present state's.
+    if (!stepped || !isControlled(m))
+      set.jacobian(m_work.stated->system().manipulator(m),
+                   m_velocityControlSystem.individualVelocityControlDescription(index)->isFixedBase(),
+                   *m_work.stated->activeState(index));
+    m_work.conditioning.keep(m, set);
   }
 }
 
