@@ -207,8 +207,11 @@ bool baseControlInterface::calculateNewJointValuesAndRates(double time, std::vec
     jointRates = m_lastJointRates;
     return false;
   }
-  m_lastJointValues = jointValues;
-  m_lastJointRates = jointRates;
+  // Copies into storage of the outputs' size, which stay inline where vector assignment is a call.
+  m_lastJointValues.resize(kOutputJoints);
+  m_lastJointRates.resize(kOutputJoints);
+  std::copy_n(jointValues.begin(), kOutputJoints, m_lastJointValues.begin());
+  std::copy_n(jointRates.begin(), kOutputJoints, m_lastJointRates.begin());
   if (m_renderingOn && m_renderWindow) {
     m_renderWindow->showState(result);
     m_renderWindow->render();

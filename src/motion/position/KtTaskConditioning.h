@@ -26,6 +26,7 @@ class KtTaskConditioning {
 
  private:
   std::vector<Kt::ReArray> m_kept;
-  std::vector<bool> m_pending;
+  // Bytes rather than bits: clearing them every cycle is then a plain fill.
+  std::vector<unsigned char> m_pending;
   KtSmallestSingularValue m_singularValue;
 };

@@ -40,21 +40,10 @@ void KtVelocityControlSystem::setManipulatorCount(std::size_t count) {
   }
 }
 
-bool KtVelocityControlSystem::manipulatorValid(int manipulator, const char* operation) const {
-  if (manipulator >= 0 && static_cast<std::size_t>(manipulator) < m_descriptions.size()) return true;
+bool KtVelocityControlSystem::reportBadManipulator(int manipulator, const char* operation) const {
   ktPrint(KtSeverity::Error, "KtVelocityControlSystem::%s(): bad manipulator index (%d).", operation,
           manipulator);
   return false;
-}
-
-// The active index of a document may point past the list; the last description stands in.
-std::size_t KtVelocityControlSystem::activeIndex(std::size_t manipulator) const {
-  const std::size_t index = manipulator < m_activeIndices.size() ? m_activeIndices[manipulator] : 0;
-  return std::min<std::size_t>(index, m_descriptions[manipulator].size() - 1);
-}
-
-KtIndividualVelocityControlDescription& KtVelocityControlSystem::active(std::size_t manipulator) {
-  return m_descriptions[manipulator][activeIndex(manipulator)];
 }
 
 const KtVelocityControlDescriptions* KtVelocityControlSystem::controlDescriptions(int manipulator) const {
@@ -67,25 +56,9 @@ int KtVelocityControlSystem::getNumControlDescriptions(int manipulator) const {
   return static_cast<int>(m_descriptions[static_cast<std::size_t>(manipulator)].size());
 }
 
-KtIndividualVelocityControlDescription* KtVelocityControlSystem::individualVelocityControlDescription(
-    int manipulator) {
-  if (!manipulatorValid(manipulator, "individualVelocityControlDescription")) return nullptr;
-  return &active(static_cast<std::size_t>(manipulator));
-}
-
 KtControlExpressionContainer* KtVelocityControlSystem::controlExpressionContainer(int manipulator) {
   if (!manipulatorValid(manipulator, "controlExpressionContainer")) return nullptr;
   return &active(static_cast<std::size_t>(manipulator)).controlExpressionContainer();
-}
-
-KtEndEffectorSet* KtVelocityControlSystem::endEffectorSet(int manipulator) {
-  return const_cast<KtEndEffectorSet*>(std::as_const(*this).endEffectorSet(manipulator));
-}
-
-const KtEndEffectorSet* KtVelocityControlSystem::endEffectorSet(int manipulator) const {
-  if (!manipulatorValid(manipulator, "endEffectorSet")) return nullptr;
-  const auto m = static_cast<std::size_t>(manipulator);
-  return &m_descriptions[m][activeIndex(m)].endEffectorSet();
 }
 
 bool KtVelocityControlSystem::endEffectorRelativeLinkData(

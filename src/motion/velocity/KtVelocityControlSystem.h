@@ -1,7 +1,9 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "manipulator/KtStatedSystem.h"
@@ -30,10 +32,20 @@ class KtVelocityControlSystem : public KtXmlCloneable<KtVelocityControlSystem, K
   const KtVelocityControlDescriptions* controlDescriptions(int manipulator) const;
   int getNumControlDescriptions(int manipulator) const;
   // The active description and its parts.
-  KtIndividualVelocityControlDescription* individualVelocityControlDescription(int manipulator);
+  KtIndividualVelocityControlDescription* individualVelocityControlDescription(int manipulator) {
+    if (!manipulatorValid(manipulator, "individualVelocityControlDescription")) return nullptr;
+    return &active(static_cast<std::size_t>(manipulator));
+  }
   KtControlExpressionContainer* controlExpressionContainer(int manipulator);
-  KtEndEffectorSet* endEffectorSet(int manipulator);
-  const KtEndEffectorSet* endEffectorSet(int manipulator) const;
+  // Inline, as the position loop asks for the sets on every cycle.
+  KtEndEffectorSet* endEffectorSet(int manipulator) {
+    return const_cast<KtEndEffectorSet*>(std::as_const(*this).endEffectorSet(manipulator));
+  }
+  const KtEndEffectorSet* endEffectorSet(int manipulator) const {
+    if (!manipulatorValid(manipulator, "endEffectorSet")) return nullptr;
+    const auto m = static_cast<std::size_t>(manipulator);
+    return &m_descriptions[m][activeIndex(m)].endEffectorSet();
+  }
   // The relative-link data of every end effector of the active description's set, in order.
   bool endEffectorRelativeLinkData(int manipulator, std::vector<KtEndEffectorRelativeLinkData>& data) const;
 
@@ -65,9 +77,19 @@ class KtVelocityControlSystem : public KtXmlCloneable<KtVelocityControlSystem, K
   void registerComponents() override;
 
  private:
-  bool manipulatorValid(int manipulator, const char* operation) const;
-  std::size_t activeIndex(std::size_t manipulator) const;
-  KtIndividualVelocityControlDescription& active(std::size_t manipulator);
+  bool manipulatorValid(int manipulator, const char* operation) const {
+    if (manipulator >= 0 && static_cast<std::size_t>(manipulator) < m_descriptions.size()) return true;
+    return reportBadManipulator(manipulator, operation);
+  }
+  bool reportBadManipulator(int manipulator, const char* operation) const;
+  // The active index of a document may point past the list; the last description stands in.
+  std::size_t activeIndex(std::size_t manipulator) const {
+    const std::size_t index = manipulator < m_activeIndices.size() ? m_activeIndices[manipulator] : 0;
+    return std::min<std::size_t>(index, m_descriptions[manipulator].size() - 1);
+  }
+  KtIndividualVelocityControlDescription& active(std::size_t manipulator) {
+    return m_descriptions[manipulator][activeIndex(manipulator)];
+  }
 
   KtXmlVectorType<KtVelocityControlDescriptions> m_descriptions;
   KtXmlVectorType<unsigned> m_activeIndices;
