@@ -169,8 +169,6 @@ bool KtIndividualManipulator::canCollide(int first, int second) const {
   return !excludes(a, b) && !excludes(b, a);
 }
 
-namespace {}  // namespace
-
 KtReal KtIndividualManipulator::heldInLimits(std::size_t joint, KtReal value) const {
   if (joint >= jointDof()) return value;
   const KtManipulatorLink& limits = link(joint);
@@ -201,6 +199,8 @@ void KtIndividualManipulator::integrateState(const KtVelocityState& velocities, 
     joints[i] = q;
   }
   const KtGeneralMotion& base = velocities.generalVelocity();
+  // A base at rest keeps its pose as it is: a fixed-base arm's every step takes this way.
+  if (base.linear() == Kt::Vector() && base.angular() == Kt::Vector()) return;
   const Kt::coordinateSystemTransformation& pose = positions.coordinateSystemTransform();
   Kt::Vector translation = pose.translation() + base.linear() * dt;
   Kt::Orientation orientation = pose.orientation();
