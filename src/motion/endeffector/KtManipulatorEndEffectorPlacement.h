@@ -25,6 +25,8 @@ class KtManipulatorEndEffectorPlacement
   // Indexed get and set; a bad index prints a message and leaves the output as it was.
   bool offsetInSystem(int index, Kt::coordinateSystemTransformation& placement) const;
   bool setOffsetInSystem(int index, const Kt::coordinateSystemTransformation& placement);
+  // The placement at an index below size(), unchecked, for loops over the set.
+  const Kt::coordinateSystemTransformation& placement(std::size_t index) const { return m_offsets[index]; }
 
   // The frame that guides end effector `index` of the set: the primary frame (system
   // coordinates) of the link that carries it, in the manipulator's state. False (frame

@@ -181,7 +181,7 @@ void KtPositionControlSystem::clearResults() {
   for (KtPropagationResultData& data : m_work.results) data.clear();
   m_work.conditioning.forget();
   m_work.errorsBeforePending = m_work.errorsAfterPending = false;
-  m_work.desiredKept = false;
+  forgetReplacedDesired();
 }
 
 bool KtPositionControlSystem::failCalculation(std::size_t manipulator, bool nonFinite) {
@@ -266,16 +266,20 @@ bool KtPositionControlSystem::integrate(const std::vector<KtVelocityState>& rate
     if (!isControlled(m)) continue;
     const KtIndividualManipulator& manipulator = system.manipulator(m);
     const std::vector<KtReal>& jointRates = rates[m].jointVelocities();
-    if (!ktAllFinite(jointRates) || !ktIsFinite(rates[m].generalVelocity().linear()) ||
-        !ktIsFinite(rates[m].generalVelocity().angular()))
+    if (!ktIsFinite(rates[m].generalVelocity().linear()) || !ktIsFinite(rates[m].generalVelocity().angular()))
       return failCalculation(m, true);
     KtPositionState& position = state.positionStates()[m];
-    const std::vector<KtReal>& joints = position.jointPositions();
-    for (std::size_t j = 0; j < jointRates.size() && j < joints.size() && j < manipulator.jointDof(); ++j) {
-      const KtReal q = joints[j] + jointRates[j] * h;
+    const KtReal* const joints = position.jointPositions().data();
+    const std::size_t moved =
+        std::min({jointRates.size(), position.jointPositions().size(), manipulator.jointDof()});
+    for (std::size_t j = 0; j < jointRates.size(); ++j) {
+      const KtReal rate = jointRates[j];
+      if (!std::isfinite(rate)) return failCalculation(m, true);
+      if (j >= moved) continue;
+      const KtReal q = joints[j] + rate * h;
       const KtManipulatorLink& link = manipulator.link(j);
-      if ((jointRates[j] > 0.0 && q >= link.upperLimitConstraint()) ||
-          (jointRates[j] < 0.0 && q <= link.lowerLimitConstraint()))
+      if ((rate > 0.0 && q >= link.upperLimitConstraint()) ||
+          (rate < 0.0 && q <= link.lowerLimitConstraint()))
         m_work.results[m].noteClampedJoint(j);
     }
     KtIntegrationStatus status;
@@ -285,10 +289,15 @@ bool KtPositionControlSystem::integrate(const std::vector<KtVelocityState>& rate
   return true;
 }
 
-void KtPositionControlSystem::storeRates(const std::vector<KtVelocityState>& rates) {
+// The joint rates change hands by exchanging storage, at a fraction of the cost of a copy.
+void KtPositionControlSystem::storeRates(std::vector<KtVelocityState>& rates) {
   std::vector<KtVelocityState>& stored = m_work.stated->state().velocityStates();
-  for (std::size_t m = 0; m < rates.size() && m < stored.size(); ++m)
-    if (isControlled(m)) stored[m] = rates[m];
+  for (std::size_t m = 0; m < rates.size() && m < stored.size(); ++m) {
+    if (!isControlled(m)) continue;
+    stored[m].jointVelocities().swap(rates[m].jointVelocities());
+    stored[m].generalVelocity().setLinear(rates[m].generalVelocity().linear());
+    stored[m].generalVelocity().setAngular(rates[m].generalVelocity().angular());
+  }
 }
 
 // The state holds the second pass's positions and m_work.rates its rates.
@@ -314,15 +323,14 @@ void KtPositionControlSystem::combinePasses() {
 
 // Largest linear and angular distance between actual and desired placements, per manipulator.
 void KtPositionControlSystem::noteErrors(bool before) const {
-  const std::vector<KtManipulatorEndEffectorPlacement>& desiredPlacements =
-      m_work.desiredKept ? m_work.keptDesired : m_work.desired;
-  Kt::coordinateSystemTransformation actual, desired;
   for (std::size_t m = 0; m < m_work.results.size(); ++m) {
     KtReal linear = 0.0, angular = 0.0;
-    for (std::size_t e = 0; e < m_work.actual[m].size() && e < desiredPlacements[m].size(); ++e) {
-      const int index = static_cast<int>(e);
-      m_work.actual[m].offsetInSystem(index, actual);
-      desiredPlacements[m].offsetInSystem(index, desired);
+    const KtManipulatorEndEffectorPlacement &actualPlacements = m_work.actual[m],
+                                            &desiredPlacements = m_work.desired[m];
+    for (std::size_t e = 0; e < actualPlacements.size() && e < desiredPlacements.size(); ++e) {
+      const Kt::coordinateSystemTransformation& actual = actualPlacements.placement(e);
+      const Kt::coordinateSystemTransformation& desired =
+          desiredReplaced(m, e) ? m_work.replacedDesired[m][e] : desiredPlacements.placement(e);
       linear = std::max(linear, (desired.translation() - actual.translation()).mag());
       angular = std::max(angular, angleBetween(actual.orientation(), desired.orientation()));
     }
@@ -351,7 +359,7 @@ void KtPositionControlSystem::settleCalculation() const {
   if (m_work.placementsStale) updateActualPlacements();
   if (m_work.errorsAfterPending) noteErrors(false);
   m_work.errorsBeforePending = m_work.errorsAfterPending = false;
-  m_work.desiredKept = false;
+  forgetReplacedDesired();
 }
 
 const std::vector<KtPropagationResultData>& KtPositionControlSystem::propagationResults() const {

@@ -85,7 +85,8 @@ void KtPositionControlSystem::sizeWorkspace() {
   // Every per-manipulator list is sized here together, so one size tells them all.
   if (m_work.desired.size() != count) {
     m_work.desired.resize(count);
-    m_work.keptDesired.resize(count);
+    m_work.replacedDesired.resize(count);
+    m_work.desiredReplacedIn.resize(count);
     m_work.desiredVelocities.resize(count);
     m_work.actual.resize(count);
     m_work.commanded.resize(count);
@@ -103,7 +104,8 @@ void KtPositionControlSystem::sizeWorkspace() {
     m_work.actual[m].resize(size);
     calcAllEndEffectorPlacements(*m_work.stated, static_cast<unsigned>(m), m_work.actual[m]);
     m_work.desired[m].resize(size);
-    m_work.keptDesired[m].resize(size);
+    m_work.replacedDesired[m].resize(size);
+    m_work.desiredReplacedIn[m].resize(size, 0);
     Kt::coordinateSystemTransformation placement;
     for (std::size_t e = known; e < size; ++e) {
       m_work.actual[m].offsetInSystem(static_cast<int>(e), placement);
@@ -127,7 +129,7 @@ bool KtPositionControlSystem::setDesiredPlacement(int manipulator, int endEffect
         endEffector);
     return false;
   }
-  keepDesired();
+  keepDesired(static_cast<std::size_t>(manipulator), static_cast<std::size_t>(endEffector));
   return m_work.desired[static_cast<std::size_t>(manipulator)].setOffsetInSystem(endEffector, placement);
 }
 
@@ -147,14 +149,14 @@ bool KtPositionControlSystem::addDesiredPlacement(int manipulator, int endEffect
         endEffector);
     return false;
   }
-  keepDesired();
+  keepDesired(static_cast<std::size_t>(manipulator), static_cast<std::size_t>(endEffector));
   return placements.setOffsetInSystem(endEffector, moved);
 }
 
-void KtPositionControlSystem::keepDesired() {
-  if (!m_work.errorsAfterPending || m_work.desiredKept) return;
-  m_work.keptDesired = m_work.desired;
-  m_work.desiredKept = true;
+void KtPositionControlSystem::keepDesired(std::size_t manipulator, std::size_t endEffector) {
+  if (!m_work.errorsAfterPending || desiredReplaced(manipulator, endEffector)) return;
+  m_work.replacedDesired[manipulator][endEffector] = m_work.desired[manipulator].placement(endEffector);
+  m_work.desiredReplacedIn[manipulator][endEffector] = m_work.desiredGeneration;
 }
 
 bool KtPositionControlSystem::desiredPlacement(int manipulator, int endEffector,
@@ -244,30 +246,37 @@ bool KtPositionControlSystem::calcAllEndEffectorPlacements(
 }
 
 bool KtPositionControlSystem::calculateGeneralMotion(int manipulator, KtReal dt) {
-  const int descriptions = static_cast<int>(m_work.commanded.size());
-  if (manipulator < 0 || manipulator >= descriptions) {
+  const auto known = [this, manipulator] {
+    const int descriptions = static_cast<int>(m_work.commanded.size());
+    if (manipulator >= 0 && manipulator < descriptions) return true;
     ktPrint(KtSeverity::Error,
             "KtPositionControlSystem::calculateGeneralMotion(): The control description size, %d, is too "
             "small for "
             "the index, %d\n",
             descriptions, manipulator);
     return false;
+  };
+  if (!known()) return false;
+  const auto m = static_cast<std::size_t>(manipulator);
+  const KtEndEffectorSet& set = *m_velocityControlSystem.endEffectorSet(manipulator);
+  // Called from outside, it may find the set changed since the workspace was last sized.
+  if (m_work.actual[m].size() != set.size() || m_work.desired[m].size() != set.size()) {
+    sizeWorkspace();
+    if (!known()) return false;
   }
   // Called from outside after a calculation, it needs the placements of the present state.
   if (m_work.placementsStale) settleCalculation();
-  const auto m = static_cast<std::size_t>(manipulator);
-  const KtEndEffectorSet& set = *m_velocityControlSystem.endEffectorSet(manipulator);
-  Kt::coordinateSystemTransformation actual, desired;
-  for (std::size_t e = 0; e < set.size(); ++e) {
+  const KtManipulatorEndEffectorPlacement &actual = m_work.actual[m], &desired = m_work.desired[m];
+  const std::size_t count = std::min({set.size(), actual.size(), desired.size()});
+  for (std::size_t e = 0; e < count; ++e) {
     const KtEndEffector& endEffector = set.endEffector(e);
     const int index = static_cast<int>(e);
-    m_work.actual[m].offsetInSystem(index, actual);
-    m_work.desired[m].offsetInSystem(index, desired);
     KtEndEffectorVelocityEntries& commanded = m_work.commanded[m].velocity(e);
     commanded.assign(set.rowCount(e), 0.0);
     const KtEndEffectorVelocityEntries& feedForward = m_work.desiredVelocities[m].velocity(e);
     KtReal scale = 1.0;
-    endEffector.filterVelocityAndScale(actual, desired, feedForward, dt, commanded, scale);
+    endEffector.filterVelocityAndScale(actual.placement(e), desired.placement(e), feedForward, dt, commanded,
+                                       scale);
     if (!ktAllFinite(commanded)) {
       m_work.results[m].setNonFiniteRejected(true);
       ktPrint(KtSeverity::Error,

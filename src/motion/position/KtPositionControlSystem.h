@@ -167,8 +167,12 @@ class KtPositionControlSystem : public KtXmlCloneable<KtPositionControlSystem, K
   // (from the placements it started with), the actual placements of a state that has moved since
   // they were found, then the errors after it. Every reader of any of them calls it first.
   void settleCalculation() const;
-  // Keeps the desired placements for the pending errors before one of them changes.
-  void keepDesired();
+  // Keeps a desired placement for the pending errors before it changes.
+  void keepDesired(std::size_t manipulator, std::size_t endEffector);
+  void forgetReplacedDesired() const { ++m_work.desiredGeneration; }
+  bool desiredReplaced(std::size_t manipulator, std::size_t endEffector) const {
+    return m_work.desiredReplacedIn[manipulator][endEffector] == m_work.desiredGeneration;
+  }
   void zeroRates();
   KtVelocityStateReturnMode checkedReturnMode() const;
   void fillResult(KtManipulatorSystemState& result, KtReal interval) const;
@@ -179,7 +183,9 @@ class KtPositionControlSystem : public KtXmlCloneable<KtPositionControlSystem, K
   bool solveRates(std::vector<KtVelocityState>& rates, bool placed);
   bool integrate(const std::vector<KtVelocityState>& rates, KtReal h);
   void combinePasses();
-  void storeRates(const std::vector<KtVelocityState>& rates);
+  // Hands a pass's rates over to the state; the pass is left with the state's old joint rates,
+  // which the next solve overwrites.
+  void storeRates(std::vector<KtVelocityState>& rates);
   // Keeps the task Jacobian of each manipulator for the conditioning diagnostics: the one its
   // last solve used, or one formed in the present state when no step solved for it.
   void noteConditioning(bool stepped);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <vector>
 
 #include "manipulator/KtManipulatorSystemState.h"
@@ -45,9 +46,13 @@ struct KtPositionControlWorkspace {
   // The errors after the last calculation are yet to be measured, in the state it left. Set
   // whenever any of its errors are pending.
   mutable bool errorsAfterPending = false;
-  // The desired placements the pending errors are measured against, kept when one is set first.
-  std::vector<KtManipulatorEndEffectorPlacement> keptDesired;
-  mutable bool desiredKept = false;
+  // Where a desired placement has been set since the calculation whose errors are pending, the
+  // one it replaced, which those errors are measured against: per manipulator and end effector,
+  // the placement, and the generation it was replaced in (current while it is to be used, so
+  // that forgetting every one of them is a count moving on).
+  std::vector<std::vector<Kt::coordinateSystemTransformation>> replacedDesired;
+  std::vector<std::vector<std::uint64_t>> desiredReplacedIn;
+  mutable std::uint64_t desiredGeneration = 1;
 
   // The state when the calculation began (its positions, and its rates when it takes more than
   // one step: restored when it fails) and when the step began (the start of both passes).
