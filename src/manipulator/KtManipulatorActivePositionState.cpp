@@ -1,5 +1,7 @@
 #include "manipulator/KtManipulatorActivePositionState.h"
 
+#include <algorithm>
+
 #include "manipulator/KtDenavitHartenberg.h"
 #include "manipulator/KtIndividualManipulator.h"
 #include "xml/KtXmlNamespaces.h"
@@ -25,7 +27,7 @@ void KtManipulatorActivePositionState::exportFrames() const {
 
 bool KtManipulatorActivePositionState::read(KtXmlReader& reader) {
   const bool read = KtXmlCompoundType::read(reader);
-  m_linkFrames.resize(m_linkPositionStates.size());
+  resizeLinkFrames(m_linkPositionStates.size());
   for (std::size_t i = 0; i < m_linkFrames.size(); ++i) m_linkFrames[i] = m_linkPositionStates[i].frames();
   m_baseFrames = m_basePositionState.frames();
   ++m_frameChanges;
@@ -46,8 +48,9 @@ bool KtManipulatorActivePositionState::isEqual(const KtXmlObject& other) const {
 }
 
 void KtManipulatorActivePositionState::invalidateFrom(std::size_t firstLink) {
-  if (firstLink < m_linkFrames.size()) ++m_frameChanges;
-  for (std::size_t i = firstLink; i < m_linkFrames.size(); ++i) m_linkFrames[i].valid = false;
+  if (firstLink >= m_linkCount) return;
+  ++m_frameChanges;
+  for (std::size_t i = firstLink; i < m_linkCount; ++i) m_linkFrames[i].valid = false;
 }
 
 void KtManipulatorActivePositionState::invalidateAll() {
@@ -59,7 +62,7 @@ void KtManipulatorActivePositionState::invalidateAll() {
 void KtManipulatorActivePositionState::rebind(const KtIndividualManipulator& manipulator) {
   invalidateAll();
   const std::size_t count = manipulator.jointDof();
-  m_linkFrames.resize(count);
+  resizeLinkFrames(count);
   m_jointPlans.resize(count);
   for (std::size_t i = 0; i < count; ++i) {
     const KtManipulatorLink& link = manipulator.link(i);
@@ -87,9 +90,33 @@ void KtManipulatorActivePositionState::rebind(const KtIndividualManipulator& man
   m_frameSweep.rows = classic && modified ? KtFrameSweep::Rows::mixed
                       : classic           ? KtFrameSweep::Rows::classicOnly
                                           : KtFrameSweep::Rows::modifiedOnly;
-  m_frameSweep.path.resize(count);
+  buildSweepChains(manipulator);
   m_model = &manipulator;
   m_revision = KtModelRevision::current();
+}
+
+void KtManipulatorActivePositionState::buildSweepChains(const KtIndividualManipulator& manipulator) {
+  std::vector<std::size_t>& links = m_frameSweep.chainLinks;
+  links.clear();
+  m_frameSweep.chains.resize(m_jointPlans.size());
+  for (std::size_t i = 0; i < m_jointPlans.size(); ++i) {
+    const KtManipulatorLink* const parent = manipulator.link(i).parentLink();
+    KtSweepChain& chain = m_frameSweep.chains[i];
+    if (parent->linkIndex() >= 0 && m_jointPlans[static_cast<std::size_t>(parent->linkIndex())].soleChild) {
+      chain = m_frameSweep.chains[static_cast<std::size_t>(parent->linkIndex())];
+      ++chain.at;
+      continue;
+    }
+    chain.begin = links.size();
+    for (const KtManipulatorLink* link = &manipulator.link(i); link->linkIndex() >= 0;
+         link = link->parentLink())
+      links.push_back(static_cast<std::size_t>(link->linkIndex()));
+    std::reverse(links.begin() + static_cast<std::ptrdiff_t>(chain.begin), links.end());
+    chain.at = links.size() - 1 - chain.begin;
+    for (std::size_t last = i; m_jointPlans[last].soleChild && last + 1 < m_jointPlans.size();)
+      links.push_back(++last);
+    chain.end = links.size() - chain.begin;
+  }
 }
 
 void KtManipulatorActivePositionState::setJointPositions(const std::vector<KtReal>& positions) {

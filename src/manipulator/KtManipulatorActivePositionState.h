@@ -53,7 +53,18 @@ struct alignas(32) KtAngleGroup {
   KtReal cosines[kLanes];
 };
 
-// Scratch room for the links whose frames one query computes, outward, and their angles; kept
+// The links that a sweep asked for one link may compute, as a stretch of KtFrameSweep::chainLinks
+// from `begin` on: the link's ancestors from the root down, the link itself `at` places on, and
+// the links that follow it through single children, `end` places in all. A sweep takes a part
+// of it as its path, so no query gathers the path link by link.
+struct KtSweepChain {
+  std::size_t begin = 0;
+  std::size_t at = 0;
+  std::size_t end = 0;
+};
+
+// What the frame sweep reads besides the joint plans, built once per manipulator and model
+// revision, and scratch room for the angles of the links whose frames one query computes; kept
 // with the state so that it is allocated once per manipulator rather than once per query.
 struct KtFrameSweep {
   static std::size_t groups(std::size_t links) {
@@ -63,7 +74,10 @@ struct KtFrameSweep {
   // compiled for it alone.
   enum class Rows : std::uint8_t { classicOnly, modifiedOnly, mixed };
 
-  std::vector<std::size_t> path;
+  // The chains by link index, and the link indices that they refer to. A link that is its
+  // parent's single child shares the parent's chain, so a serial arm has one chain in all.
+  std::vector<KtSweepChain> chains;
+  std::vector<std::size_t> chainLinks;
   std::vector<KtAngleGroup> angles;
   Rows rows = Rows::mixed;
 };
@@ -96,7 +110,7 @@ class KtManipulatorActivePositionState
   void setJointPosition(std::size_t index, KtReal position);
   void setBasePose(const Kt::coordinateSystemTransformation& pose);
 
-  std::size_t linkCount() const { return m_linkFrames.size(); }
+  std::size_t linkCount() const { return m_linkCount; }
   const KtLinkFrames& linkFrames(std::size_t index) const { return m_linkFrames[index]; }
   KtLinkFrames& linkFrames(std::size_t index) { return m_linkFrames[index]; }
   KtLinkFrames& baseFrames() { return m_baseFrames; }
@@ -104,7 +118,10 @@ class KtManipulatorActivePositionState
   KtLinkFrames* linkFramesData() { return m_linkFrames.data(); }
   const KtJointPlan* jointPlanData() const { return m_jointPlans.data(); }
   // Changes the number of link records (new ones start invalid).
-  void resizeLinkFrames(std::size_t count) { m_linkFrames.resize(count); }
+  void resizeLinkFrames(std::size_t count) {
+    m_linkFrames.resize(count);
+    m_linkCount = count;
+  }
 
   void synchronize(const KtIndividualManipulator& manipulator) {
     if (!isBoundTo(&manipulator)) rebind(manipulator);
@@ -131,12 +148,15 @@ class KtManipulatorActivePositionState
 
  private:
   void rebind(const KtIndividualManipulator& manipulator);
+  void buildSweepChains(const KtIndividualManipulator& manipulator);
   void invalidateFrom(std::size_t firstLink);
   // Fills the persistent forms from the frame records.
   void exportFrames() const;
 
   KtPositionState m_positionState;
   std::vector<KtLinkFrames> m_linkFrames;
+  // m_linkFrames.size(), kept so that the queries read it rather than divide by the record size.
+  std::size_t m_linkCount = 0;
   KtLinkFrames m_baseFrames;
   // The persistent forms, current only while a document is read or written.
   mutable KtXmlVectorType<KtLinkPositionState> m_linkPositionStates;

@@ -173,8 +173,9 @@ void KtManipulatorLink::copyPropertiesFrom(const KtManipulatorLink& source) {
 // Jacobian), and computing them together costs far less than link by link. A branching link
 // ends the sweep, so that a query never computes the frames of another branch.
 //
-// Here the path is gathered as a list of link indices; the arithmetic is KtFrameChain's, which
-// reads what it needs of each joint from the state's plans, so that its loops walk plain arrays.
+// Here the path is a stretch of the link's chain of link indices, which the state builds with
+// its joint plans; the arithmetic is KtFrameChain's, which reads what it needs of each joint
+// from the plans, so that its loops walk plain arrays.
 const KtLinkFrames& KtManipulatorLink::locate(KtManipulatorActivePositionState& positions) const {
   const KtLinkFrames& record = positions.linkFrames(static_cast<std::size_t>(m_linkIndex));
   return record.isValid() ? record : sweepFrames(positions);
@@ -182,35 +183,33 @@ const KtLinkFrames& KtManipulatorLink::locate(KtManipulatorActivePositionState& 
 
 // Kept out of line so that a query finding its record valid does not pay for the sweep's
 // registers and stack.
+//
+// Indices grow away from the base, and a change drops the records of a range of indices to the
+// end, so every ancestor of a valid record is valid and every descendant of an invalid one
+// invalid: the path starts after the last valid ancestor on the link's chain. A state with
+// fewer records than links (read from a document) ends it at its last record.
 [[gnu::noinline]] const KtLinkFrames& KtManipulatorLink::sweepFrames(
     KtManipulatorActivePositionState& positions) const {
   KtLinkFrames* const frames = positions.linkFramesData();
   KtFrameSweep& sweep = positions.frameSweep();
-  std::size_t* const path = sweep.path.data();
-  std::size_t count = 0;
-  const KtManipulatorLink* ancestor = this;
-  // Indices grow away from the base, and a change drops the records of a range of indices to
-  // the end, so every ancestor of a valid record is valid and every descendant of an invalid
-  // one invalid.
-  for (; ancestor->m_linkIndex >= 0 && !frames[ancestor->m_linkIndex].isValid();
-       ancestor = ancestor->m_parent)
-    path[count++] = static_cast<std::size_t>(ancestor->m_linkIndex);
-  std::reverse(path, path + count);
-  const KtJointPlan* const plans = positions.jointPlanData();
-  const std::size_t linkCount = positions.linkCount();
-  for (std::size_t last = path[count - 1]; plans[last].soleChild && last + 1 < linkCount;)
-    path[count++] = ++last;
+  const auto index = static_cast<std::size_t>(m_linkIndex);
+  const KtSweepChain& chain = sweep.chains[index];
+  const std::size_t* const links = sweep.chainLinks.data() + chain.begin;
+  std::size_t first = chain.at;
+  while (first > 0 && !frames[links[first - 1]].isValid()) --first;
+  const std::size_t end = std::min(chain.end, chain.at + positions.linkCount() - index);
 
   KtFrameChainRun run;
-  run.plans = plans;
+  run.plans = positions.jointPlanData();
   run.frames = frames;
-  run.path = path;
-  run.count = count;
-  run.start = &ancestor->locate(positions);
+  run.path = links + first;
+  run.count = end - first;
+  const KtManipulatorLink* const base = m_manipulator;  // the root links' parent
+  run.start = first > 0 ? &frames[links[first - 1]] : &base->locate(positions);
   run.joints = &positions.positionState().jointPositions();
   run.scratch = &sweep;
   KtFrameChain::compose(run);
-  return frames[m_linkIndex];
+  return frames[index];
 }
 
 bool KtManipulatorLink::hasRecord(KtManipulatorActiveState& state, const char* message) const {
