@@ -80,12 +80,16 @@ class KtJointColumns {
   // state is bound to (an ancestor's index is below its descendants'). False, with no message,
   // for a link that the state has no record for; at() then reports and copes.
   static bool chainRecorded(const KtManipulatorLink& link, KtManipulatorActiveState& state) {
-    KtManipulatorActivePositionState& positions = state.activePositionState();
-    if (link.manipulator() != nullptr) positions.synchronize(*link.manipulator());
-    if (link.linkIndex() < 0 || static_cast<std::size_t>(link.linkIndex()) >= positions.linkCount())
-      return false;
+    if (!linkRecorded(link, state)) return false;
     link.dhFrameInSystem(state);
     return true;
+  }
+  // chainRecorded without the frame query, for a caller that asks for the link's frame itself
+  // right after, which brings the chain up to date just as well.
+  static bool linkRecorded(const KtManipulatorLink& link, KtManipulatorActiveState& state) {
+    KtManipulatorActivePositionState& positions = state.activePositionState();
+    if (link.manipulator() != nullptr) positions.synchronize(*link.manipulator());
+    return link.linkIndex() >= 0 && static_cast<std::size_t>(link.linkIndex()) < positions.linkCount();
   }
 
   // Free-base column k (0..5) at a point `r` away from the base origin: k < 3 moves the base

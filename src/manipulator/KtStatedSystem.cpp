@@ -118,12 +118,9 @@ bool sameBits(const std::vector<KtReal>& a, const std::vector<KtReal>& b) {
          (a.empty() || std::memcmp(a.data(), b.data(), a.size() * sizeof(KtReal)) == 0);
 }
 
-bool sameBits(const KtPositionState& a, const KtPositionState& b) {
-  const Kt::coordinateSystemTransformation &first = a.coordinateSystemTransform(),
-                                           &second = b.coordinateSystemTransform();
-  return sameBits(a.jointPositions(), b.jointPositions()) && first.mode() == second.mode() &&
-         sameBits(first.translation(), second.translation()) &&
-         sameBits(first.orientation(), second.orientation());
+bool sameBits(const Kt::coordinateSystemTransformation& a, const Kt::coordinateSystemTransformation& b) {
+  return a.mode() == b.mode() && sameBits(a.translation(), b.translation()) &&
+         sameBits(a.orientation(), b.orientation());
 }
 
 bool sameBits(const KtVelocityState& a, const KtVelocityState& b) {
@@ -135,7 +132,8 @@ bool sameBits(const KtVelocityState& a, const KtVelocityState& b) {
 }  // namespace
 
 // The usual query finds the states as the last one left them: a comparison of their bytes then
-// stands in for the setters, which compare entry by entry and copy.
+// stands in for the setters, which compare entry by entry and copy. The usual change is of the
+// joints alone, which their own setter takes without looking at the base pose again.
 KtManipulatorActiveState* KtStatedSystem::activeState(int manipulatorIndex) const {
   if (!manipulatorIndexValid(manipulatorIndex, "activeState")) return nullptr;
   if (m_preparedRevision != KtModelRevision::current() || m_activeStates.size() != m_system.size())
@@ -144,8 +142,12 @@ KtManipulatorActiveState* KtStatedSystem::activeState(int manipulatorIndex) cons
   KtManipulatorActiveState& active = m_activeStates.manipulatorActiveState(index);
   if (index < m_state.positionStates().size()) {
     const KtPositionState& position = m_state.positionStates()[index];
-    if (!sameBits(position, active.activePositionState().positionState()))
-      active.activePositionState().setPositionState(position);
+    KtManipulatorActivePositionState& positions = active.activePositionState();
+    if (!sameBits(position.coordinateSystemTransform(),
+                  positions.positionState().coordinateSystemTransform()))
+      positions.setPositionState(position);
+    else if (!sameBits(position.jointPositions(), positions.positionState().jointPositions()))
+      positions.setJointPositions(position.jointPositions());
   }
   if (index < m_state.velocityStates().size()) {
     const KtVelocityState& velocity = m_state.velocityStates()[index];

@@ -76,6 +76,14 @@ bool systemBlock(const KtFrameMotionEndEffector::Layout& rows, KtJacobianRows& b
 
 }  // namespace
 
+// The rows' point is usually the frame's origin, which the offset takes to its translation
+// without turning a zero vector.
+Kt::Vector KtFrameMotionEndEffector::offsetPoint() const {
+  const Kt::coordinateSystemTransformation offset = linkOffset();
+  const Kt::Vector point = rowPoint();
+  return point == Kt::Vector() ? offset.translation() : offset * point;
+}
+
 Kt::coordinateSystemTransformation KtFrameMotionEndEffector::endEffectorFrame(
     const KtManipulatorLink& link, KtManipulatorActiveState& state) const {
   return link.primaryFrameInSystem(state) * linkOffset();
@@ -106,21 +114,23 @@ void KtFrameMotionEndEffector::insertJacobianComponent(const KtIndividualManipul
                                                        const KtEndEffectorRelativeLinkData& relative,
                                                        bool isFixedBase, KtManipulatorActiveState& state,
                                                        Kt::ReArray& jacobian) const {
-  const RowWalkTexts texts{layout().jacobianOperation, "KtFrameEndEffector::insertJacobianComponent()",
+  const Layout& rows = layout();
+  const RowWalkTexts texts{rows.jacobianOperation, "KtFrameEndEffector::insertJacobianComponent()",
                            kBadFrameLabel, kBadReferenceLink};
   RowWalk walk;
   if (!openRowWalk(manipulator, firstRow, relative, isFixedBase, jacobian, texts, walk)) return;
   const int linkIndex = walk.link->linkIndex();
   KtJacobianRows block;
-  if (!walk.relative && systemBlock(layout(), block) &&
-      (linkIndex < 0 || KtJointColumns::chainRecorded(*walk.link, state))) {
+  if (!walk.relative && systemBlock(rows, block) &&
+      (linkIndex < 0 || KtJointColumns::linkRecorded(*walk.link, state))) {
     // The usual rows, whole blocks in system axes on one chain, are written by the joint
     // columns straight from the frame records into the rows; the walk has checked the block.
-    // Only the point is needed, so the offset is applied to it rather than composed with the frame.
-    const Kt::Vector point = walk.link->primaryFrameInSystem(state) * (linkOffset() * rowPoint());
+    // Only the point is needed, so the offset is applied to it rather than composed with the
+    // frame, and the frame query brings the chain's records up to date.
+    const Kt::Vector point = walk.link->primaryFrameInSystem(state) * offsetPoint();
     if (linkIndex >= 0) {
       KtReal* target[6];
-      for (std::size_t r = 0; r < rowCount(); ++r) target[r] = jacobian[firstRow + r].data();
+      for (std::size_t r = 0; r < rows.rowCount; ++r) target[r] = jacobian[firstRow + r].data();
       KtJointColumns::writeChain(*walk.link, state.activePositionState(), point, block, target);
     }
     if (!isFixedBase) KtJointColumns::writeFreeBase(manipulator, state, point, block, jacobian, firstRow);

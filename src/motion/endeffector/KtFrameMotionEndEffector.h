@@ -116,6 +116,8 @@ class KtFrameMotionEndEffector : public KtEndEffector {
   // The end-effector frame in system coordinates on the carrying link.
   Kt::coordinateSystemTransformation endEffectorFrame(const KtManipulatorLink& link,
                                                       KtManipulatorActiveState& state) const;
+  // The rows' point in the carrying link's primary frame: the offset applied to rowPoint().
+  Kt::Vector offsetPoint() const;
   // Calls store(entry, value) for every entry of `matrix` that the rows of this end effector
   // give, from firstRow on, along an opened row walk.
   template <typename Store>

@@ -34,8 +34,8 @@ std::size_t KtIndividualVelocityControlDescription::columnCount(
 }
 
 // The end effectors' entry lists laid end to end, in set order; each must hold its end
-// effector's row count.
-bool KtIndividualVelocityControlDescription::stackVelocities(
+// effector's row count. A single end effector's list is that column already and is used in place.
+const std::vector<KtReal>* KtIndividualVelocityControlDescription::stackVelocities(
     const KtManipulatorEndEffectorVelocity& velocities) {
   if (velocities.size() != m_endEffectorSet.size()) {
     ktPrint(
@@ -43,9 +43,8 @@ bool KtIndividualVelocityControlDescription::stackVelocities(
         "KtIndividualVelocityControlDescription::calculateJointRates(): %zu end-effector velocities for %zu "
         "end effectors.\n",
         velocities.size(), m_endEffectorSet.size());
-    return false;
+    return nullptr;
   }
-  m_stackedVelocities.resize(m_endEffectorSet.totalRowCount());
   for (std::size_t i = 0; i < velocities.size(); ++i) {
     const KtEndEffectorVelocityEntries& entries = velocities.velocity(i);
     if (entries.size() != m_endEffectorSet.rowCount(i)) {
@@ -54,12 +53,17 @@ bool KtIndividualVelocityControlDescription::stackVelocities(
           "KtIndividualVelocityControlDescription::calculateJointRates(): end effector %zu has %zu rows but "
           "%zu velocity entries.\n",
           i, m_endEffectorSet.rowCount(i), entries.size());
-      return false;
+      return nullptr;
     }
+  }
+  if (velocities.size() == 1) return &velocities.velocity(0);
+  m_stackedVelocities.resize(m_endEffectorSet.totalRowCount());
+  for (std::size_t i = 0; i < velocities.size(); ++i) {
+    const KtEndEffectorVelocityEntries& entries = velocities.velocity(i);
     std::copy(entries.begin(), entries.end(),
               m_stackedVelocities.begin() + static_cast<std::ptrdiff_t>(m_endEffectorSet.firstRow(i)));
   }
-  return true;
+  return &m_stackedVelocities;
 }
 
 bool KtIndividualVelocityControlDescription::calculateJointRates(
@@ -89,8 +93,8 @@ bool KtIndividualVelocityControlDescription::calculateJointRates(
   };
   if (!m_isOn) return standStill(true);
   if (velocities != nullptr) {
-    if (!stackVelocities(*velocities)) return standStill(false);
-    context.endEffectorVelocities = &m_stackedVelocities;
+    context.endEffectorVelocities = stackVelocities(*velocities);
+    if (context.endEffectorVelocities == nullptr) return standStill(false);
   }
   if (context.state != nullptr)
     context.jacobian = &m_endEffectorSet.jacobian(*context.manipulator, m_isFixedBase, *context.state);

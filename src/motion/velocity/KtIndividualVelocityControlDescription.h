@@ -62,7 +62,7 @@ class KtIndividualVelocityControlDescription
     std::size_t rows = 0;
     bool operator==(const PreparedFor&) const = default;
   };
-  bool stackVelocities(const KtManipulatorEndEffectorVelocity& velocities);
+  const std::vector<KtReal>* stackVelocities(const KtManipulatorEndEffectorVelocity& velocities);
   bool rootGivesRates(std::size_t columns) const;
 
   KtXmlBasicType<std::string> m_label;
