@@ -3,7 +3,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
-#include <numeric>
+#include <cstdint>
+#include <cstring>
 #include <type_traits>
 #include <utility>
 
@@ -43,7 +44,9 @@ decltype(auto) withColumnCount(std::size_t n, Kernel&& kernel) {
 }
 
 // Rows of the factors lie this many entries apart: seven columns are padded to eight, so that a
-// row is two whole 256-bit lanes (or four two-lane ones). The padding is never read.
+// row is two whole 256-bit lanes (or four two-lane ones). A row's padding is set to zero when
+// the row is written; whole-row subtractions keep it zero (or make it not a number, should a
+// multiplier be infinite), so that a row's largest magnitude may take it in.
 constexpr std::size_t paddedLength(std::size_t n) { return n == 7 ? 8 : n; }
 
 template <typename Columns>
@@ -55,15 +58,46 @@ auto strideOf(Columns n) {
   }
 }
 
+template <typename Columns>
+constexpr bool rowsOfWholeLanes() {
+  if constexpr (std::is_same_v<Columns, std::size_t>) {
+    return false;
+  } else {
+    return paddedLength(Columns::value) % 4 == 0;
+  }
+}
+
 bool wideLanesAvailable() {
   __builtin_cpu_init();
   return __builtin_cpu_supports("avx2");
 }
 
-KtReal largestMagnitude(const KtReal* entries, std::size_t count) {
-  KtReal largest = 0.0;
-  for (std::size_t i = 0; i < count; ++i) largest = std::max(largest, std::fabs(entries[i]));
-  return largest;
+// Four entries of a row, as numbers and as their bits.
+using Lanes = KtReal __attribute__((vector_size(32)));
+using LaneBits = std::uint64_t __attribute__((vector_size(32)));
+// All bits but the sign's.
+constexpr LaneBits kMagnitudeBits = ~LaneBits{} >> 1;
+
+// The largest magnitude among a row's n entries, entries that are not a number passed over as
+// std::max passes them. A padded row is taken four entries at a time (its padding is zero, so it
+// cannot be the largest); the maximum is exact, so the order of the comparisons does not matter.
+template <typename Columns>
+KtReal largestMagnitude(const KtReal* entries, Columns columns) {
+  if constexpr (rowsOfWholeLanes<Columns>()) {
+    constexpr std::size_t stride = paddedLength(Columns::value);
+    Lanes largest{};
+    for (std::size_t i = 0; i < stride; i += 4) {
+      LaneBits bits;
+      std::memcpy(&bits, entries + i, sizeof bits);
+      const Lanes magnitudes = (Lanes)(bits & kMagnitudeBits);
+      largest = magnitudes > largest ? magnitudes : largest;
+    }
+    return std::max(std::max(largest[0], largest[1]), std::max(largest[2], largest[3]));
+  } else {
+    KtReal largest = 0.0;
+    for (std::size_t i = 0; i < columns; ++i) largest = std::max(largest, std::fabs(entries[i]));
+    return largest;
+  }
 }
 
 }  // namespace
@@ -292,7 +326,17 @@ bool KtCoreVelocityControlTool::factorWith(const Kt::ReArray& J, const Kt::ReArr
   const std::size_t m = m_rowCount;
   const std::size_t n = columns;
   copyJacobian(J, sparsity, columns);
-  const std::size_t dependentJacobianRow = factorRows(0, m, m, columns);
+  // A single free direction with a constant column count fixes J's row count too, so that the
+  // column exchanges through J's rows unroll.
+  const auto factorJacobian = [&](auto rows) { return factorRows(0, m, rows, columns); };
+  std::size_t dependentJacobianRow = m;
+  if constexpr (std::is_same_v<Columns, std::size_t>) {
+    dependentJacobianRow = factorJacobian(m);
+  } else {
+    dependentJacobianRow = m_nullity == 1
+                               ? factorJacobian(std::integral_constant<std::size_t, Columns::value - 1>{})
+                               : factorJacobian(m);
+  }
   if (dependentJacobianRow < m) {
     ktPrint(KtSeverity::Error, "KtCoreVelocityControlTool::prep(): J is rank deficient at row %d\n",
             static_cast<int>(dependentJacobianRow));
@@ -347,17 +391,18 @@ std::size_t KtCoreVelocityControlTool::factorIdentityRow(Columns columns) const 
 }
 
 // J's rows enter in their own column order; each row's leading structural zeros come from
-// the sparsity pattern, and the rows of Nᵀ·W are taken as dense.
+// the sparsity pattern. The rows of Nᵀ·W are dense, so no count is kept for them.
 template <typename Columns>
 void KtCoreVelocityControlTool::copyJacobian(const Kt::ReArray& J, const Kt::ReArray* sparsity,
                                              Columns columns) {
   const std::size_t m = m_rowCount;
   const std::size_t n = columns;
+  const std::size_t stride = strideOf(columns);
   for (std::size_t r = 0; r < m; ++r) {
     // A loop of constant length is a few moves, where copy_n calls memcpy.
     const KtReal* source = J[r].data();
-    KtReal* target = m_factors.data() + r * strideOf(columns);
-    for (std::size_t c = 0; c < n; ++c) target[c] = source[c];
+    KtReal* target = m_factors.data() + r * stride;
+    for (std::size_t c = 0; c < stride; ++c) target[c] = c < n ? source[c] : 0.0;
     std::size_t zeros = 0;
     if (sparsity) {
       const std::vector<KtReal>& pattern = (*sparsity)[r];
@@ -368,8 +413,9 @@ void KtCoreVelocityControlTool::copyJacobian(const Kt::ReArray& J, const Kt::ReA
     m_leadingZeros[r] = zeros;
   }
   m_sparse = sparsity != nullptr;
-  std::fill(m_leadingZeros.begin() + static_cast<std::ptrdiff_t>(m), m_leadingZeros.end(), 0);
-  std::iota(m_basisOrder.begin(), m_basisOrder.end(), std::size_t{0});
+  // A loop of constant length again, where iota over the vector's run-time size takes a vector
+  // loop with its set-up.
+  for (std::size_t c = 0; c < n; ++c) m_basisOrder[c] = c;
 }
 
 // Row k becomes row k of L and U: each earlier row i removes its column from it, in order,
@@ -380,17 +426,17 @@ void KtCoreVelocityControlTool::copyJacobian(const Kt::ReArray& J, const Kt::ReA
 // Nothing left of U's diagonal is ever read, so row i is subtracted whole (a row of constant
 // length unrolls into a few vector operations): what that leaves in the columns up to i,
 // which row k has finished with, is ignored.
-template <typename Columns>
+template <typename RowsPresent, typename Columns>
 std::size_t KtCoreVelocityControlTool::factorRows(std::size_t first, std::size_t last,
-                                                  std::size_t rowsPresent, Columns columns) {
+                                                  RowsPresent rowsPresent, Columns columns) {
   const std::size_t n = columns;
   const auto stride = strideOf(columns);
   KtReal* factors = m_factors.data();
   for (std::size_t k = first; k < last; ++k) {
     KtReal* entries = factors + k * stride;
     KtReal* lower = m_lower.data() + k * stride;
-    const KtReal scale = largestMagnitude(entries, n);
-    const std::size_t zeros = m_leadingZeros[k];
+    const KtReal scale = largestMagnitude(entries, columns);
+    const std::size_t zeros = k < m_rowCount ? m_leadingZeros[k] : 0;
     for (std::size_t i = 0; i < zeros; ++i) lower[i] = entries[i];
     for (std::size_t i = zeros; i < k; ++i) {
       const KtReal multiplier = entries[i] * m_reciprocalPivots[i];
@@ -416,16 +462,17 @@ std::size_t KtCoreVelocityControlTool::factorRows(std::size_t first, std::size_t
 
 // An exchange that moves a possibly non-zero column into a later row's zero leading part
 // shortens that part.
-template <typename Columns>
-void KtCoreVelocityControlTool::exchangeColumns(std::size_t k, std::size_t pivot, std::size_t rowsPresent,
+template <typename RowsPresent, typename Columns>
+void KtCoreVelocityControlTool::exchangeColumns(std::size_t k, std::size_t pivot, RowsPresent rowsPresent,
                                                 Columns columns) {
   const std::size_t stride = strideOf(columns);
-  for (KtReal* entries = m_factors.data(); entries < m_factors.data() + rowsPresent * stride;
-       entries += stride)
-    std::swap(entries[k], entries[pivot]);
+  KtReal* factors = m_factors.data();
+  for (std::size_t r = 0; r < rowsPresent; ++r)
+    std::swap(factors[r * stride + k], factors[r * stride + pivot]);
   // Exchanges among the rows of Nᵀ·W come after the basis is written and leave its order.
   if (k < m_rowCount) std::swap(m_basisOrder[k], m_basisOrder[pivot]);
-  for (std::size_t r = k + 1; r < rowsPresent && m_sparse; ++r) {
+  const std::size_t jacobianRows = std::min<std::size_t>(rowsPresent, m_rowCount);
+  for (std::size_t r = k + 1; r < jacobianRows && m_sparse; ++r) {
     std::size_t& zeros = m_leadingZeros[r];
     if (k < zeros && pivot >= zeros) zeros = k;
   }
@@ -469,7 +516,8 @@ void KtCoreVelocityControlTool::formNullSpaceRows(const Kt::ReArray* W, Columns 
     KtReal* entries = m_factors.data() + (m + j) * strideOf(columns);
     const KtReal* basis = m_basis.data() + j * m;
     if (W == nullptr) {
-      for (std::size_t c = 0; c < n; ++c) entries[c] = c < m ? basis[c] : (c == m + j ? 1.0 : 0.0);
+      for (std::size_t c = 0; c < strideOf(columns); ++c)
+        entries[c] = c < m ? basis[c] : (c == m + j ? 1.0 : 0.0);
       continue;
     }
     KtReal* sum = m_weightedBasis.data();
@@ -481,6 +529,7 @@ void KtCoreVelocityControlTool::formNullSpaceRows(const Kt::ReArray* W, Columns 
       for (std::size_t c = 0; c < n; ++c) sum[c] += weight * weightRow[c];
     }
     for (std::size_t c = 0; c < n; ++c) entries[c] = sum[m_basisOrder[c]];
+    std::fill(entries + n, entries + strideOf(columns), 0.0);
   }
 }
 

@@ -85,10 +85,10 @@ class KtCoreVelocityControlTool {
   // Factors rows [first, last), each against the factored rows above it, exchanging pivot
   // columns in the first rowsPresent rows; returns the first row that depends on those above
   // it, or last.
-  template <typename Columns>
-  std::size_t factorRows(std::size_t first, std::size_t last, std::size_t rowsPresent, Columns n);
-  template <typename Columns>
-  void exchangeColumns(std::size_t k, std::size_t pivot, std::size_t rowsPresent, Columns n);
+  template <typename RowsPresent, typename Columns>
+  std::size_t factorRows(std::size_t first, std::size_t last, RowsPresent rowsPresent, Columns n);
+  template <typename RowsPresent, typename Columns>
+  void exchangeColumns(std::size_t k, std::size_t pivot, RowsPresent rowsPresent, Columns n);
   template <typename Columns>
   void formBasis(Columns n);
   template <typename Rows, typename Columns>
@@ -106,7 +106,8 @@ class KtCoreVelocityControlTool {
 
   // The factors, row-major with rows paddedLength(n) entries apart, in the exchanged column order: U on and
   // above the diagonal of m_factors, L below the diagonal of m_lower (unit diagonal implied); nothing else in
-  // either is read. Mutable because calc() completes the core's last row when the solve left it out.
+  // either is used (a row's largest magnitude reads its zero padding). Mutable because calc() completes the
+  // core's last row when the solve left it out.
   mutable std::vector<KtReal> m_factors;
   mutable std::vector<KtReal> m_lower;
   // pivots[k]: the column exchanged with column k at step k.
@@ -114,7 +115,7 @@ class KtCoreVelocityControlTool {
   // basisOrder[c]: the original column at position c once J is factored, the order that the
   // basis vectors and the rows of Nᵀ·W are written in.
   std::vector<std::size_t> m_basisOrder;
-  // Per row, how many leading entries (in the current column order) are structurally zero.
+  // Per row of J, how many leading entries (in the current column order) are structurally zero.
   std::vector<std::size_t> m_leadingZeros;
   mutable std::vector<KtReal> m_reciprocalPivots;
   // Null-space basis in m_basisOrder: vector j is (b_j, e_j), with b_j (m
