@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <cstring>
-#include <limits>
 #include <type_traits>
 
 #include "manipulator/KtDenavitHartenberg.h"
@@ -162,9 +161,9 @@ template <KtFrameSweep::Rows rows, typename Lanes>
 }
 
 // A transformation is kept as its translation, its quaternion (w, x, y, z) and a 32-bit mode
-// padded to eight bytes. The frame is copied from its registers into the record's bytes (the
-// type is trivially copyable): the origin's four lanes at the start, the quaternion over the
-// origin's last lane, then the mode with its padding, so that no lanes are shuffled.
+// padded to eight bytes: two registers of four lanes, (tx, ty, tz, w) and (x, y, z, mode 0).
+// Built in registers and copied into the record's bytes (the type is trivially copyable), a
+// frame never passes through a temporary.
 static_assert(sizeof(Kt::coordinateSystemTransformation) == 8 * sizeof(KtReal) &&
               std::is_trivially_copyable_v<Kt::coordinateSystemTransformation> &&
               Kt::coordinateSystemTransformation::modeGeneral == 0);
@@ -184,11 +183,12 @@ template <typename Lanes>
   save(frame.y, record.columns[KtLinkFrames::yAxis]);
   save(frame.z, record.columns[KtLinkFrames::zAxis]);
   save(frame.origin, record.columns[KtLinkFrames::origin]);
+  Lanes translationAndW, xyzAndMode;
+  pick<0, 1, 2, 4>(frame.origin, frame.turn, translationAndW);
+  pick<1, 2, 3, 4>(frame.turn, Lanes{}, xyzAndMode);
   auto* const bytes = reinterpret_cast<unsigned char*>(&record.dh);
-  constexpr std::uint64_t generalModePadded = 0;
-  std::memcpy(bytes, &frame.origin, sizeof(Lanes));
-  std::memcpy(bytes + 3 * sizeof(KtReal), &frame.turn, sizeof(Lanes));
-  std::memcpy(bytes + 7 * sizeof(KtReal), &generalModePadded, sizeof generalModePadded);
+  std::memcpy(bytes, &translationAndW, sizeof(Lanes));
+  std::memcpy(bytes + sizeof(Lanes), &xyzAndMode, sizeof(Lanes));
   const Lanes squares = frame.turn * frame.turn;
   Lanes swapped;
   pick<1, 0, 3, 2>(squares, squares, swapped);
@@ -199,76 +199,44 @@ template <typename Lanes>
 
 // The sines and cosines of the joint values and of their halves, a group of four at a time
 // (the lanes past the run's count hold values left from earlier runs, or zero, and their results
-// are not used). With four-lane registers the halves' go through the branch-free part in one
-// register; a lane beyond its range (never a joint value) is then done again by sinCos, so that
-// the results are those of sinCosMany in either form.
+// are not used).
 template <typename Lanes>
 [[gnu::always_inline]] inline void trigonometricPass(KtAngleGroup& group) {
   constexpr std::size_t lanes = KtAngleGroup::kLanes;
+  for (std::size_t j = 0; j < lanes; ++j) group.halves[j] = 0.5 * group.values[j];
+  Kt::sinCosMany(group.halves, group.sinesOfHalves, group.cosinesOfHalves, lanes);
   Lanes sh, ch;
-  if constexpr (std::is_same_v<Lanes, WideLanes>) {
-    using Bits = std::int64_t __attribute__((vector_size(32)));
-    Lanes halves;
-    load(group.values, halves);
-    halves = 0.5 * halves;
-    Kt::sinCosReducibleLanes<Lanes, Bits>(halves, sh, ch);
-    // Non-negative doubles, NaN included, order like their bit patterns.
-    Bits magnitudes;
-    Kt::copyBits(halves, magnitudes);
-    magnitudes &= std::numeric_limits<std::int64_t>::max();
-    const Bits outside = magnitudes > std::bit_cast<std::int64_t>(Kt::kSinCosReducibleBound);
-    save(sh, group.sinesOfHalves);
-    save(ch, group.cosinesOfHalves);
-    if (((outside[0] | outside[1]) | (outside[2] | outside[3])) != 0) [[unlikely]] {
-      for (std::size_t j = 0; j < lanes; ++j) {
-        if (outside[j] != 0) Kt::sinCos(halves[j], group.sinesOfHalves[j], group.cosinesOfHalves[j]);
-      }
-      load(group.sinesOfHalves, sh);
-      load(group.cosinesOfHalves, ch);
-    }
-  } else {
-    for (std::size_t j = 0; j < lanes; ++j) group.halves[j] = 0.5 * group.values[j];
-    Kt::sinCosMany(group.halves, group.sinesOfHalves, group.cosinesOfHalves, lanes);
-    load(group.sinesOfHalves, sh);
-    load(group.cosinesOfHalves, ch);
-  }
+  load(group.sinesOfHalves, sh);
+  load(group.cosinesOfHalves, ch);
   save(2.0 * sh * ch, group.sines);
   save((ch - sh) * (ch + sh), group.cosines);
 }
 
-// The compositions, outward from the start record. The links go by angle group and lane, so
-// that a link's angles are read at a fixed offset from its group, and the run's arrays are held
-// in locals, which the stores into the records would otherwise make the compiler read again.
+// The compositions, outward from the start record.
 template <KtFrameSweep::Rows rows, typename Lanes>
 [[gnu::always_inline]] inline void composeLinks(const KtFrameChainRun& run) {
   constexpr std::size_t lanes = KtAngleGroup::kLanes;
-  const KtJointPlan* const plans = run.plans;
-  KtLinkFrames* const frames = run.frames;
-  const std::size_t* const path = run.path;
-  const std::size_t count = run.count;
-  const KtAngleGroup* group = run.scratch->angles.data();
+  const KtAngleGroup* const angles = run.scratch->angles.data();
   FrameLanes<Lanes> frame;
   loadFrame(*run.start, frame);
   const KtLinkFrames* parent = run.start;
-  for (std::size_t first = 0; first < count; first += lanes, ++group) {
-    const std::size_t inGroup = count - first < lanes ? count - first : lanes;
-    for (std::size_t j = 0; j < inGroup; ++j) {
-      const std::size_t link = path[first + j];
-      const KtJointPlan& plan = plans[link];
-      KtLinkFrames& record = frames[link];
-      if (plan.halfAngleRow != nullptr) {
-        // Noted here rather than when the values are gathered, where it would look up the plan
-        // once more.
-        plan.halfAngleRow->noteJointValue(group->values[j]);
-        turnByRow<rows>(plan.row, group->sines[j], group->cosines[j], group->sinesOfHalves[j],
-                        group->cosinesOfHalves[j], frame);
-        storeFrame(frame, plan, record);
-      } else {
-        record.store(parent->dh, plan.kinematics->dhTransform(group->values[j]), plan.primaryOffset);
-        loadFrame(record, frame);
-      }
-      parent = &record;
+  for (std::size_t k = 0; k < run.count; ++k) {
+    const KtJointPlan& plan = run.plans[run.path[k]];
+    KtLinkFrames& record = run.frames[run.path[k]];
+    const KtAngleGroup& group = angles[k / lanes];
+    const std::size_t j = k % lanes;
+    if (plan.halfAngleRow != nullptr) {
+      // Noted here rather than when the values are gathered, where it would look up the plan
+      // once more.
+      plan.halfAngleRow->noteJointValue(group.values[j]);
+      turnByRow<rows>(plan.row, group.sines[j], group.cosines[j], group.sinesOfHalves[j],
+                      group.cosinesOfHalves[j], frame);
+      storeFrame(frame, plan, record);
+    } else {
+      record.store(parent->dh, plan.kinematics->dhTransform(group.values[j]), plan.primaryOffset);
+      loadFrame(record, frame);
     }
+    parent = &record;
   }
 }
 
@@ -279,16 +247,13 @@ template <typename Lanes>
   KtAngleGroup* const angles = run.scratch->angles.data();
   const KtReal* const joints = run.joints->data();
   const std::size_t jointCount = run.joints->size();
-  const std::size_t* const path = run.path;
-  const std::size_t count = run.count;
-  for (std::size_t first = 0, g = 0; first < count; first += lanes, ++g) {
-    const std::size_t inGroup = count - first < lanes ? count - first : lanes;
-    for (std::size_t j = 0; j < inGroup; ++j) {
-      const std::size_t link = path[first + j];
-      angles[g].values[j] = link < jointCount ? joints[link] : 0.0;
-    }
-    trigonometricPass<Lanes>(angles[g]);
+  for (std::size_t k = 0; k < run.count; ++k) {
+    const std::size_t link = run.path[k];
+    const KtReal value = link < jointCount ? joints[link] : 0.0;
+    angles[k / lanes].values[k % lanes] = value;
   }
+  const std::size_t groups = KtFrameSweep::groups(run.count);
+  for (std::size_t g = 0; g < groups; ++g) trigonometricPass<Lanes>(angles[g]);
 
   switch (run.scratch->rows) {
     case KtFrameSweep::Rows::classicOnly:

@@ -4,11 +4,19 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 
 #include "foundation/Types.h"
 
 namespace Kt {
+
+// One of two values chosen by a condition through bit masks rather than a jump: joint
+// angles change sign and quadrant unpredictably, and a mispredicted branch costs more
+// than both values.
+inline KtReal selectIf(bool condition, KtReal ifTrue, KtReal ifFalse) {
+  const std::uint64_t mask = std::uint64_t{0} - static_cast<std::uint64_t>(condition);
+  return std::bit_cast<KtReal>((std::bit_cast<std::uint64_t>(ifTrue) & mask) |
+                               (std::bit_cast<std::uint64_t>(ifFalse) & ~mask));
+}
 
 // The sine and cosine of x together, within one and a half units in the last place for
 // angles of a few turns and three up to the fallback bound below.
@@ -21,30 +29,18 @@ namespace Kt {
 // joint values never reach, and for infinities and NaN.
 inline constexpr KtReal kSinCosReducibleBound = 1.0e6;
 
-// to := the bits of from. For vectors this goes through memory rather than std::bit_cast, whose
-// by-value vector result changes the calling convention between processor generations.
-template <typename From, typename To>
-[[gnu::always_inline]] inline void copyBits(const From& from, To& to) {
-  static_assert(sizeof(From) == sizeof(To));
-  std::memcpy(&to, &from, sizeof to);
-}
-
-// The branch-free part of sinCos below, for |x| <= kSinCosReducibleBound only, for a double
-// (Real = KtReal, Bits = std::uint64_t) or for a vector of them (Real and Bits of the same lane
-// count, the vector extension's types), lane by lane with the same operations.
-template <typename Real, typename Bits>
-[[gnu::always_inline]] inline void sinCosReducibleLanes(const Real& x, Real& sine, Real& cosine) {
+// The branch-free part of sinCos below, for |x| <= kSinCosReducibleBound only.
+inline void sinCosReducible(KtReal x, KtReal& sine, KtReal& cosine) {
   constexpr KtReal kTwoOverPi = 0x1.45f306dc9c883p-1;
   constexpr KtReal kHalfPi1 = 0x1.921fb54400000p+0;   // 33 significant bits
   constexpr KtReal kHalfPi2 = 0x1.0b4611a600000p-34;  // the next 33 bits
   constexpr KtReal kHalfPi3 = 0x1.3198a2e037073p-69;  // the rest, rounded
   // Adding and removing 1.5·2^52 rounds to the nearest integer and leaves it in the low bits.
   constexpr KtReal kRoundingShift = 0x1.8p52;
-  const Real shifted = x * kTwoOverPi + kRoundingShift;
-  Bits quadrant;
-  copyBits(shifted, quadrant);
-  const Real k = shifted - kRoundingShift;
-  const Real r = ((x - k * kHalfPi1) - k * kHalfPi2) - k * kHalfPi3;
+  const KtReal shifted = x * kTwoOverPi + kRoundingShift;
+  const std::uint64_t quadrant = std::bit_cast<std::uint64_t>(shifted);
+  const KtReal k = shifted - kRoundingShift;
+  const KtReal r = ((x - k * kHalfPi1) - k * kHalfPi2) - k * kHalfPi3;
 
   // Taylor series: the first omitted terms, r^19/19! and r^18/18! at r = pi/4, lie below
   // 2^-60. Their tails are summed by Estrin's scheme, in independent pairs, which keeps the
@@ -54,34 +50,25 @@ template <typename Real, typename Bits>
   constexpr KtReal c4 = 1.0 / 24, c6 = -1.0 / 720, c8 = 1.0 / 40320, c10 = -1.0 / 3628800,
                    c12 = 1.0 / 479001600, c14 = -1.0 / 87178291200, c16 = 1.0 / 20922789888000,
                    c18 = -1.0 / 6402373705728000;
-  const Real r2 = r * r;
-  const Real r4 = r2 * r2;
-  const Real r8 = r4 * r4;
-  const Real sineTail =
+  const KtReal r2 = r * r;
+  const KtReal r4 = r2 * r2;
+  const KtReal r8 = r4 * r4;
+  const KtReal sineTail =
       (s3 + r2 * s5) + r4 * (s7 + r2 * s9) + r8 * ((s11 + r2 * s13) + r4 * (s15 + r2 * s17));
-  const Real cosineTail =
+  const KtReal cosineTail =
       (c4 + r2 * c6) + r4 * (c8 + r2 * c10) + r8 * ((c12 + r2 * c14) + r4 * (c16 + r2 * c18));
-  const Real sineR = r + r * r2 * sineTail;
+  const KtReal sineR = r + r * r2 * sineTail;
   // 1 - r²/2 loses the low bits of r²/2; they are added back with the tail.
-  const Real halfR2 = 0.5 * r2;
-  const Real leading = 1.0 - halfR2;
-  const Real cosineR = leading + (((1.0 - leading) - halfR2) + r4 * cosineTail);
+  const KtReal halfR2 = 0.5 * r2;
+  const KtReal leading = 1.0 - halfR2;
+  const KtReal cosineR = leading + (((1.0 - leading) - halfR2) + r4 * cosineTail);
 
   // Quadrant q: sin x = (sin r, cos r, -sin r, -cos r)[q], cos x = (cos r, -sin r, -cos r, sin r)[q].
-  // The swap for odd q goes through a bit mask rather than a jump: joint angles change sign
-  // and quadrant unpredictably, and a mispredicted branch costs more than both values.
-  const Bits odd = 0 - (quadrant & 1);
-  Bits sineBits, cosineBits;
-  copyBits(sineR, sineBits);
-  copyBits(cosineR, cosineBits);
-  const Bits sineSign = (quadrant & 2) << 62;
-  const Bits cosineSign = ((quadrant + 1) & 2) << 62;
-  copyBits(((cosineBits & odd) | (sineBits & ~odd)) ^ sineSign, sine);
-  copyBits(((sineBits & odd) | (cosineBits & ~odd)) ^ cosineSign, cosine);
-}
-
-inline void sinCosReducible(KtReal x, KtReal& sine, KtReal& cosine) {
-  sinCosReducibleLanes<KtReal, std::uint64_t>(x, sine, cosine);
+  const bool odd = (quadrant & 1) != 0;
+  const std::uint64_t sineSign = (quadrant & 2) << 62;
+  const std::uint64_t cosineSign = ((quadrant + 1) & 2) << 62;
+  sine = std::bit_cast<KtReal>(std::bit_cast<std::uint64_t>(selectIf(odd, cosineR, sineR)) ^ sineSign);
+  cosine = std::bit_cast<KtReal>(std::bit_cast<std::uint64_t>(selectIf(odd, sineR, cosineR)) ^ cosineSign);
 }
 
 inline void sinCos(KtReal x, KtReal& sine, KtReal& cosine) {
