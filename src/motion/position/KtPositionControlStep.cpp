@@ -257,36 +257,40 @@ bool KtPositionControlSystem::solveRates(std::vector<KtVelocityState>& rates, bo
   return true;
 }
 
-// Integrates the controlled manipulators in place, noting the joints that a limit stops; rates or
-// positions that are not finite refuse the step.
+// Integrates the controlled manipulators in place and notes the joints that a limit stops. A
+// rate or position that is not finite refuses the step; the caller then restores the state.
 bool KtPositionControlSystem::integrate(const std::vector<KtVelocityState>& rates, KtReal h) {
   KtManipulatorSystemState& state = m_work.stated->state();
   const KtManipulatorSystem& system = m_work.stated->system();
   for (std::size_t m = 0; m < rates.size(); ++m) {
     if (!isControlled(m)) continue;
     const KtIndividualManipulator& manipulator = system.manipulator(m);
-    const std::vector<KtReal>& jointRates = rates[m].jointVelocities();
-    if (!ktIsFinite(rates[m].generalVelocity().linear()) || !ktIsFinite(rates[m].generalVelocity().angular()))
-      return failCalculation(m, true);
     KtPositionState& position = state.positionStates()[m];
-    const KtReal* const joints = position.jointPositions().data();
-    const std::size_t moved =
-        std::min({jointRates.size(), position.jointPositions().size(), manipulator.jointDof()});
-    for (std::size_t j = 0; j < jointRates.size(); ++j) {
-      const KtReal rate = jointRates[j];
-      if (!std::isfinite(rate)) return failCalculation(m, true);
-      if (j >= moved) continue;
-      const KtReal q = joints[j] + rate * h;
-      const KtManipulatorLink& link = manipulator.link(j);
-      if ((rate > 0.0 && q >= link.upperLimitConstraint()) ||
-          (rate < 0.0 && q <= link.lowerLimitConstraint()))
-        m_work.results[m].noteClampedJoint(j);
-    }
     KtIntegrationStatus status;
     manipulator.integrateState(rates[m], h, position, status);
-    if (status.nonFiniteRejected) return failCalculation(m, true);
+    // Rates past the joints the integration moved must still be finite.
+    const std::vector<KtReal>& jointRates = rates[m].jointVelocities();
+    const std::size_t moved = std::min(position.jointPositions().size(), manipulator.jointDof());
+    const bool restFinite =
+        std::all_of(jointRates.begin() + static_cast<std::ptrdiff_t>(std::min(moved, jointRates.size())),
+                    jointRates.end(), [](KtReal rate) { return std::isfinite(rate); });
+    if (status.nonFiniteRejected || !restFinite) return failCalculation(m, true);
+    if (status.limitReached) noteStoppedJoints(m, jointRates, position.jointPositions());
   }
   return true;
+}
+
+// A joint counts as stopped when it ends on a limit that its rate drives it against.
+void KtPositionControlSystem::noteStoppedJoints(std::size_t manipulator, const std::vector<KtReal>& rates,
+                                                const std::vector<KtReal>& joints) {
+  const KtIndividualManipulator& arm = m_work.stated->system().manipulator(manipulator);
+  const std::size_t moved = std::min({rates.size(), joints.size(), arm.jointDof()});
+  for (std::size_t j = 0; j < moved; ++j) {
+    const KtManipulatorLink& link = arm.link(j);
+    if ((rates[j] > 0.0 && joints[j] >= link.upperLimitConstraint()) ||
+        (rates[j] < 0.0 && joints[j] <= link.lowerLimitConstraint()))
+      m_work.results[manipulator].noteClampedJoint(j);
+  }
 }
 
 // The joint rates change hands by exchanging storage, at a fraction of the cost of a copy.

@@ -182,6 +182,8 @@ class KtPositionControlSystem : public KtXmlCloneable<KtPositionControlSystem, K
   bool step(KtReal h, bool placed);
   bool solveRates(std::vector<KtVelocityState>& rates, bool placed);
   bool integrate(const std::vector<KtVelocityState>& rates, KtReal h);
+  void noteStoppedJoints(std::size_t manipulator, const std::vector<KtReal>& rates,
+                         const std::vector<KtReal>& joints);
   void combinePasses();
   // Hands a pass's rates over to the state; the pass is left with the state's old joint rates,
   // which the next solve overwrites.
