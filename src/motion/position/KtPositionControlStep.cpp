@@ -24,6 +24,9 @@ struct StepPlan {
 // Whole steps: the integer part of (interval − step) / step, within [0, maxIterations]. The rest
 // of the interval: in at most maxFinal equal steps, none longer than `step`.
 StepPlan planSteps(KtReal interval, KtReal step, unsigned maxIterations, unsigned maxFinal) {
+  // The usual call of a loop running at the step's rate: one step covers it (what the general
+  // rule below gives too, without its rounding functions).
+  if (interval <= step && maxFinal > 0) return {0, 1, interval, true};
   StepPlan plan;
   const KtReal whole = std::floor((interval - step) / step);
   plan.wholeSteps =

@@ -34,7 +34,10 @@ void KtPropagationResultData::noteClampedJoint(std::size_t joint) {
 }
 
 void KtPropagationResultData::resetFilterScaleFactors(std::size_t endEffectors) {
-  m_filterScaleFactors.assign(endEffectors, 1.0);
+  if (m_filterScaleFactors.size() == endEffectors)
+    std::fill(m_filterScaleFactors.begin(), m_filterScaleFactors.end(), 1.0);
+  else
+    m_filterScaleFactors.assign(endEffectors, 1.0);
 }
 
 void KtPropagationResultData::noteFilterScaleFactor(std::size_t endEffector, KtReal factor) {
