@@ -1,5 +1,7 @@
 #include "manipulator/KtFrameChain.h"
 
+#include <bit>
+#include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <type_traits>
@@ -197,17 +199,46 @@ template <typename Lanes>
   record.storePrimaryFrame(plan.primaryOffset);
 }
 
-// The sines and cosines of the joint values and of their halves, a group of four at a time
-// (the lanes past the run's count hold values left from earlier runs, or zero, and their results
-// are not used).
+// Redoes the halves' sines and cosines of the lanes beyond the reducible range, which joint
+// values never reach.
+[[gnu::noinline, gnu::cold]] void sinCosOutside(KtAngleGroup& group) {
+  for (std::size_t j = 0; j < KtAngleGroup::kLanes; ++j) {
+    if (!(std::fabs(group.halves[j]) <= Kt::kSinCosReducibleBound))
+      Kt::sinCos(group.halves[j], group.sinesOfHalves[j], group.cosinesOfHalves[j]);
+  }
+}
+
+// The sines and cosines of the joint values and of their halves, a group of four at a time.
+// The values arrive in a register and every array of the group is written whole, so that no
+// wider load ever reads what narrower stores wrote (which the processor cannot forward). With
+// four-lane registers the halves' sines and cosines are taken in registers as well.
 template <typename Lanes>
-[[gnu::always_inline]] inline void trigonometricPass(KtAngleGroup& group) {
-  constexpr std::size_t lanes = KtAngleGroup::kLanes;
-  for (std::size_t j = 0; j < lanes; ++j) group.halves[j] = 0.5 * group.values[j];
-  Kt::sinCosMany(group.halves, group.sinesOfHalves, group.cosinesOfHalves, lanes);
+[[gnu::always_inline]] inline void trigonometricPass(const Lanes& values, KtAngleGroup& group) {
+  const Lanes halves = 0.5 * values;
+  save(values, group.values);
+  save(halves, group.halves);
   Lanes sh, ch;
-  load(group.sinesOfHalves, sh);
-  load(group.cosinesOfHalves, ch);
+  if constexpr (std::is_same_v<Lanes, WideLanes>) {
+    using Bits = std::uint64_t __attribute__((vector_size(32)));
+    Kt::sinCosReducibleLanes<Lanes, Bits>(halves, sh, ch);
+    // As in Kt::sinCosMany: the top bit of a lane's difference is set where |half| is beyond the
+    // bound or NaN.
+    const Bits magnitudes = __builtin_bit_cast(Bits, halves) & ~(Bits{} + (std::uint64_t{1} << 63));
+    const Bits beyond = std::bit_cast<std::uint64_t>(Kt::kSinCosReducibleBound) - magnitudes;
+    if (((beyond[0] | beyond[1] | beyond[2] | beyond[3]) >> 63) != 0) {
+      save(sh, group.sinesOfHalves);
+      save(ch, group.cosinesOfHalves);
+      sinCosOutside(group);
+      load(group.sinesOfHalves, sh);
+      load(group.cosinesOfHalves, ch);
+    }
+    save(sh, group.sinesOfHalves);
+    save(ch, group.cosinesOfHalves);
+  } else {
+    Kt::sinCosMany(group.halves, group.sinesOfHalves, group.cosinesOfHalves, KtAngleGroup::kLanes);
+    load(group.sinesOfHalves, sh);
+    load(group.cosinesOfHalves, ch);
+  }
   save(2.0 * sh * ch, group.sines);
   save((ch - sh) * (ch + sh), group.cosines);
 }
@@ -247,13 +278,19 @@ template <typename Lanes>
   KtAngleGroup* const angles = run.scratch->angles.data();
   const KtReal* const joints = run.joints->data();
   const std::size_t jointCount = run.joints->size();
-  for (std::size_t k = 0; k < run.count; ++k) {
+  // The lanes past the run's count take 0; their results are not used.
+  const auto value = [&](std::size_t k) {
+    if (k >= run.count) return 0.0;
     const std::size_t link = run.path[k];
-    const KtReal value = link < jointCount ? joints[link] : 0.0;
-    angles[k / lanes].values[k % lanes] = value;
-  }
+    return link < jointCount ? joints[link] : 0.0;
+  };
   const std::size_t groups = KtFrameSweep::groups(run.count);
-  for (std::size_t g = 0; g < groups; ++g) trigonometricPass<Lanes>(angles[g]);
+  for (std::size_t g = 0; g < groups; ++g) {
+    const std::size_t k = g * lanes;
+    Lanes values;
+    set(values, value(k), value(k + 1), value(k + 2), value(k + 3));
+    trigonometricPass(values, angles[g]);
+  }
 
   switch (run.scratch->rows) {
     case KtFrameSweep::Rows::classicOnly:
