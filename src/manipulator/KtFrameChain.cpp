@@ -1,5 +1,8 @@
 #include "manipulator/KtFrameChain.h"
 
+#include <algorithm>
+#include <bit>
+#include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <type_traits>
@@ -175,10 +178,20 @@ static_assert(sizeof(Kt::coordinateSystemTransformation) == 8 * sizeof(KtReal) &
   frame.setOrientation(Kt::Orientation(q.w(), q.x(), q.y(), q.z()));
 }
 
-// Writes the frame into the record.
+template <typename Lanes>
+[[gnu::always_inline]] inline KtReal squaredNorm(const Lanes& q) {
+  const Lanes squares = q * q;
+  Lanes swapped;
+  pick<1, 0, 3, 2>(squares, squares, swapped);
+  const Lanes pairSums = squares + swapped;
+  return pairSums[0] + pairSums[2];
+}
+
+// Writes the frame into the record, checking the quaternion's norm where the sweep could not
+// rule out that it left the unit band.
 template <typename Lanes>
 [[gnu::always_inline]] inline void storeFrame(const FrameLanes<Lanes>& frame, const KtJointPlan& plan,
-                                              KtLinkFrames& record) {
+                                              bool checkBand, KtLinkFrames& record) {
   save(frame.x, record.columns[KtLinkFrames::xAxis]);
   save(frame.y, record.columns[KtLinkFrames::yAxis]);
   save(frame.z, record.columns[KtLinkFrames::zAxis]);
@@ -189,25 +202,62 @@ template <typename Lanes>
   auto* const bytes = reinterpret_cast<unsigned char*>(&record.dh);
   std::memcpy(bytes, &translationAndW, sizeof(Lanes));
   std::memcpy(bytes + sizeof(Lanes), &xyzAndMode, sizeof(Lanes));
-  const Lanes squares = frame.turn * frame.turn;
-  Lanes swapped;
-  pick<1, 0, 3, 2>(squares, squares, swapped);
-  const Lanes pairSums = squares + swapped;
-  if (!Kt::Orientation::withinBand(pairSums[0] + pairSums[2])) renormalize(record.dh);
+  if (checkBand && !Kt::Orientation::withinBand(squaredNorm(frame.turn))) renormalize(record.dh);
   record.storePrimaryFrame(plan.primaryOffset);
 }
 
-// The sines and cosines of the joint values and of their halves, a group of four at a time
-// (the lanes past the run's count hold values left from earlier runs, or zero, and their results
-// are not used).
+// A turn by a half-angle row moves the squared norm of the quaternion by a few units in the last
+// place at most; this bound leaves a wide margin.
+constexpr KtReal kSquaredNormDriftPerTurn = 1e-14;
+
+// Whether count turns from the quaternion q keep it within the unit band however they round, so
+// that the links need not check it one by one.
 template <typename Lanes>
-[[gnu::always_inline]] inline void trigonometricPass(KtAngleGroup& group) {
-  constexpr std::size_t lanes = KtAngleGroup::kLanes;
-  for (std::size_t j = 0; j < lanes; ++j) group.halves[j] = 0.5 * group.values[j];
-  Kt::sinCosMany(group.halves, group.sinesOfHalves, group.cosinesOfHalves, lanes);
+[[gnu::always_inline]] inline bool staysWithinBand(const Lanes& q, std::size_t count) {
+  const KtReal norm = squaredNorm(q), drift = static_cast<KtReal>(count) * kSquaredNormDriftPerTurn;
+  return Kt::Orientation::withinBand(norm - drift) && Kt::Orientation::withinBand(norm + drift);
+}
+
+// Redoes the halves' sines and cosines of the lanes beyond the reducible range, which joint
+// values never reach.
+[[gnu::noinline, gnu::cold]] void sinCosOutside(KtAngleGroup& group) {
+  for (std::size_t j = 0; j < KtAngleGroup::kLanes; ++j) {
+    if (!(std::fabs(group.halves[j]) <= Kt::kSinCosReducibleBound))
+      Kt::sinCos(group.halves[j], group.sinesOfHalves[j], group.cosinesOfHalves[j]);
+  }
+}
+
+// The sines and cosines of the joint values and of their halves, a group of four at a time.
+// The values arrive in a register and every array of the group is written whole, so that no
+// wider load ever reads what narrower stores wrote (which the processor cannot forward). With
+// four-lane registers the halves' sines and cosines are taken in registers as well.
+template <typename Lanes>
+[[gnu::always_inline]] inline void trigonometricPass(const Lanes& values, KtAngleGroup& group) {
+  const Lanes halves = 0.5 * values;
+  save(values, group.values);
+  save(halves, group.halves);
   Lanes sh, ch;
-  load(group.sinesOfHalves, sh);
-  load(group.cosinesOfHalves, ch);
+  if constexpr (std::is_same_v<Lanes, WideLanes>) {
+    using Bits = std::uint64_t __attribute__((vector_size(32)));
+    Kt::sinCosReducibleLanes<Lanes, Bits>(halves, sh, ch);
+    // As in Kt::sinCosMany: the top bit of a lane's difference is set where |half| is beyond the
+    // bound or NaN.
+    const Bits magnitudes = __builtin_bit_cast(Bits, halves) & ~(Bits{} + (std::uint64_t{1} << 63));
+    const Bits beyond = std::bit_cast<std::uint64_t>(Kt::kSinCosReducibleBound) - magnitudes;
+    if (((beyond[0] | beyond[1] | beyond[2] | beyond[3]) >> 63) != 0) {
+      save(sh, group.sinesOfHalves);
+      save(ch, group.cosinesOfHalves);
+      sinCosOutside(group);
+      load(group.sinesOfHalves, sh);
+      load(group.cosinesOfHalves, ch);
+    }
+    save(sh, group.sinesOfHalves);
+    save(ch, group.cosinesOfHalves);
+  } else {
+    Kt::sinCosMany(group.halves, group.sinesOfHalves, group.cosinesOfHalves, KtAngleGroup::kLanes);
+    load(group.sinesOfHalves, sh);
+    load(group.cosinesOfHalves, ch);
+  }
   save(2.0 * sh * ch, group.sines);
   save((ch - sh) * (ch + sh), group.cosines);
 }
@@ -219,10 +269,17 @@ template <KtFrameSweep::Rows rows, typename Lanes>
   const KtAngleGroup* const angles = run.scratch->angles.data();
   FrameLanes<Lanes> frame;
   loadFrame(*run.start, frame);
+  bool checkBand = !staysWithinBand(frame.turn, run.count);
   const KtLinkFrames* parent = run.start;
-  for (std::size_t k = 0; k < run.count; ++k) {
-    const KtJointPlan& plan = run.plans[run.path[k]];
-    KtLinkFrames& record = run.frames[run.path[k]];
+  // Copied, since the stores into the records might otherwise change them as far as the
+  // compiler can tell, and it would read them again for every link.
+  const KtJointPlan* const plans = run.plans;
+  KtLinkFrames* const frames = run.frames;
+  const std::size_t* const path = run.path;
+  const std::size_t count = run.count;
+  for (std::size_t k = 0; k < count; ++k) {
+    const KtJointPlan& plan = plans[path[k]];
+    KtLinkFrames& record = frames[path[k]];
     const KtAngleGroup& group = angles[k / lanes];
     const std::size_t j = k % lanes;
     if (plan.halfAngleRow != nullptr) {
@@ -231,10 +288,12 @@ template <KtFrameSweep::Rows rows, typename Lanes>
       plan.halfAngleRow->noteJointValue(group.values[j]);
       turnByRow<rows>(plan.row, group.sines[j], group.cosines[j], group.sinesOfHalves[j],
                       group.cosinesOfHalves[j], frame);
-      storeFrame(frame, plan, record);
+      storeFrame(frame, plan, checkBand, record);
     } else {
       record.store(parent->dh, plan.kinematics->dhTransform(group.values[j]), plan.primaryOffset);
       loadFrame(record, frame);
+      // Normalised as a transformation, the quaternion is only known to lie within the band.
+      checkBand = true;
     }
     parent = &record;
   }
@@ -247,13 +306,25 @@ template <typename Lanes>
   KtAngleGroup* const angles = run.scratch->angles.data();
   const KtReal* const joints = run.joints->data();
   const std::size_t jointCount = run.joints->size();
-  for (std::size_t k = 0; k < run.count; ++k) {
+  // The lanes past the run's count repeat its last value or take 0; their results are not used.
+  const auto value = [&](std::size_t k) {
+    if (k >= run.count) return 0.0;
     const std::size_t link = run.path[k];
-    const KtReal value = link < jointCount ? joints[link] : 0.0;
-    angles[k / lanes].values[k % lanes] = value;
-  }
+    return link < jointCount ? joints[link] : 0.0;
+  };
   const std::size_t groups = KtFrameSweep::groups(run.count);
-  for (std::size_t g = 0; g < groups; ++g) trigonometricPass<Lanes>(angles[g]);
+  for (std::size_t g = 0; g < groups; ++g) {
+    const std::size_t k = g * lanes, last = std::min(k + lanes, run.count) - 1;
+    Lanes values;
+    // Link indices grow along a path, so when the group's last link has a joint value, all have.
+    if (run.path[last] < jointCount) {
+      const auto within = [&](std::size_t i) { return joints[run.path[std::min(i, last)]]; };
+      set(values, within(k), within(k + 1), within(k + 2), within(k + 3));
+    } else {
+      set(values, value(k), value(k + 1), value(k + 2), value(k + 3));
+    }
+    trigonometricPass(values, angles[g]);
+  }
 
   switch (run.scratch->rows) {
     case KtFrameSweep::Rows::classicOnly:

@@ -29,18 +29,22 @@ inline KtReal selectIf(bool condition, KtReal ifTrue, KtReal ifFalse) {
 // joint values never reach, and for infinities and NaN.
 inline constexpr KtReal kSinCosReducibleBound = 1.0e6;
 
-// The branch-free part of sinCos below, for |x| <= kSinCosReducibleBound only.
-inline void sinCosReducible(KtReal x, KtReal& sine, KtReal& cosine) {
+// The branch-free part of sinCos below, for |x| <= kSinCosReducibleBound only, of one value or
+// of each lane of a vector: Real is KtReal or a vector of them, Bits the unsigned 64-bit integer
+// of the same shape. (The builtin bit cast, unlike std::bit_cast, is no call that would return
+// a vector by value.)
+template <typename Real, typename Bits>
+[[gnu::always_inline]] inline void sinCosReducibleLanes(const Real& x, Real& sine, Real& cosine) {
   constexpr KtReal kTwoOverPi = 0x1.45f306dc9c883p-1;
   constexpr KtReal kHalfPi1 = 0x1.921fb54400000p+0;   // 33 significant bits
   constexpr KtReal kHalfPi2 = 0x1.0b4611a600000p-34;  // the next 33 bits
   constexpr KtReal kHalfPi3 = 0x1.3198a2e037073p-69;  // the rest, rounded
   // Adding and removing 1.5·2^52 rounds to the nearest integer and leaves it in the low bits.
   constexpr KtReal kRoundingShift = 0x1.8p52;
-  const KtReal shifted = x * kTwoOverPi + kRoundingShift;
-  const std::uint64_t quadrant = std::bit_cast<std::uint64_t>(shifted);
-  const KtReal k = shifted - kRoundingShift;
-  const KtReal r = ((x - k * kHalfPi1) - k * kHalfPi2) - k * kHalfPi3;
+  const Real shifted = x * kTwoOverPi + kRoundingShift;
+  const Bits quadrant = __builtin_bit_cast(Bits, shifted);
+  const Real k = shifted - kRoundingShift;
+  const Real r = ((x - k * kHalfPi1) - k * kHalfPi2) - k * kHalfPi3;
 
   // Taylor series: the first omitted terms, r^19/19! and r^18/18! at r = pi/4, lie below
   // 2^-60. Their tails are summed by Estrin's scheme, in independent pairs, which keeps the
@@ -50,25 +54,31 @@ inline void sinCosReducible(KtReal x, KtReal& sine, KtReal& cosine) {
   constexpr KtReal c4 = 1.0 / 24, c6 = -1.0 / 720, c8 = 1.0 / 40320, c10 = -1.0 / 3628800,
                    c12 = 1.0 / 479001600, c14 = -1.0 / 87178291200, c16 = 1.0 / 20922789888000,
                    c18 = -1.0 / 6402373705728000;
-  const KtReal r2 = r * r;
-  const KtReal r4 = r2 * r2;
-  const KtReal r8 = r4 * r4;
-  const KtReal sineTail =
+  const Real r2 = r * r;
+  const Real r4 = r2 * r2;
+  const Real r8 = r4 * r4;
+  const Real sineTail =
       (s3 + r2 * s5) + r4 * (s7 + r2 * s9) + r8 * ((s11 + r2 * s13) + r4 * (s15 + r2 * s17));
-  const KtReal cosineTail =
+  const Real cosineTail =
       (c4 + r2 * c6) + r4 * (c8 + r2 * c10) + r8 * ((c12 + r2 * c14) + r4 * (c16 + r2 * c18));
-  const KtReal sineR = r + r * r2 * sineTail;
+  const Real sineR = r + r * r2 * sineTail;
   // 1 - r²/2 loses the low bits of r²/2; they are added back with the tail.
-  const KtReal halfR2 = 0.5 * r2;
-  const KtReal leading = 1.0 - halfR2;
-  const KtReal cosineR = leading + (((1.0 - leading) - halfR2) + r4 * cosineTail);
+  const Real halfR2 = 0.5 * r2;
+  const Real leading = 1.0 - halfR2;
+  const Real cosineR = leading + (((1.0 - leading) - halfR2) + r4 * cosineTail);
 
-  // Quadrant q: sin x = (sin r, cos r, -sin r, -cos r)[q], cos x = (cos r, -sin r, -cos r, sin r)[q].
-  const bool odd = (quadrant & 1) != 0;
-  const std::uint64_t sineSign = (quadrant & 2) << 62;
-  const std::uint64_t cosineSign = ((quadrant + 1) & 2) << 62;
-  sine = std::bit_cast<KtReal>(std::bit_cast<std::uint64_t>(selectIf(odd, cosineR, sineR)) ^ sineSign);
-  cosine = std::bit_cast<KtReal>(std::bit_cast<std::uint64_t>(selectIf(odd, sineR, cosineR)) ^ cosineSign);
+  // Quadrant q: sin x = (sin r, cos r, -sin r, -cos r)[q], cos x = (cos r, -sin r, -cos r, sin r)[q],
+  // chosen through a mask rather than a jump, as selectIf does.
+  const Bits odd = Bits{} - (quadrant & 1);
+  const Bits sineBits = __builtin_bit_cast(Bits, sineR), cosineBits = __builtin_bit_cast(Bits, cosineR);
+  const Bits sineSign = (quadrant & 2) << 62;
+  const Bits cosineSign = ((quadrant + 1) & 2) << 62;
+  sine = __builtin_bit_cast(Real, ((cosineBits & odd) | (sineBits & ~odd)) ^ sineSign);
+  cosine = __builtin_bit_cast(Real, ((sineBits & odd) | (cosineBits & ~odd)) ^ cosineSign);
+}
+
+inline void sinCosReducible(KtReal x, KtReal& sine, KtReal& cosine) {
+  sinCosReducibleLanes<KtReal, std::uint64_t>(x, sine, cosine);
 }
 
 inline void sinCos(KtReal x, KtReal& sine, KtReal& cosine) {
