@@ -461,7 +461,6 @@ std::size_t KtCoreVelocityControlTool::factorRows(std::size_t first, std::size_t
     }
     std::size_t pivot = k;
     KtReal largest = std::fabs(entries[k]);
-#pragma GCC unroll 8
     for (std::size_t j = k + 1; j < n; ++j) {
       const KtReal magnitude = std::fabs(entries[j]);
       const bool larger = magnitude > largest;
@@ -484,17 +483,8 @@ void KtCoreVelocityControlTool::exchangeColumns(std::size_t k, std::size_t pivot
                                                 Columns columns) {
   const std::size_t stride = strideOf(columns);
   KtReal* factors = m_factors.data();
-  const auto exchangeRow = [&](std::size_t r) {
+  for (std::size_t r = 0; r < rowsPresent; ++r)
     std::swap(factors[r * stride + k], factors[r * stride + pivot]);
-  };
-  if constexpr (std::is_same_v<RowsPresent, std::size_t>) {
-    for (std::size_t r = 0; r < rowsPresent; ++r) exchangeRow(r);
-  } else {
-    // Written out whole for a constant row count: the loop's own counting would otherwise cost
-    // as much as the exchanges.
-    [&]<std::size_t... rows>(std::index_sequence<rows...>) { (exchangeRow(rows), ...); }
-    (std::make_index_sequence<RowsPresent::value>{});
-  }
   // Exchanges among the rows of Nᵀ·W come after the basis is written and leave its order.
   if (k < m_rowCount) std::swap(m_basisOrder[k], m_basisOrder[pivot]);
   const std::size_t jacobianRows = std::min<std::size_t>(rowsPresent, m_rowCount);
