@@ -83,32 +83,58 @@ bool KtJointColumns::write(const KtIndividualManipulator& manipulator, KtManipul
   return true;
 }
 
+namespace {
+
+// Writes the six rows of the joints that turn about their own z axis, from `link` toward the
+// base, and returns the first link it leaves (the base's side, or a joint of another kind).
+// The row pointers and the point are held in locals and each record is read whole before
+// anything is stored: the stores could otherwise alias them and force reloads for every joint.
+const KtManipulatorLink* writeTurnsAboutOwnZ(const KtManipulatorLink* link,
+                                             const KtManipulatorActivePositionState& positions,
+                                             const Kt::Vector& point, KtReal* const* target) {
+  KtReal *const linearX = target[0], *const linearY = target[1], *const linearZ = target[2];
+  KtReal *const angularX = target[3], *const angularY = target[4], *const angularZ = target[5];
+  const KtReal px = point.x(), py = point.y(), pz = point.z();
+  for (; link->linkIndex() >= 0; link = link->parentLink()) {
+    const auto index = static_cast<std::size_t>(link->linkIndex());
+    if (!positions.jointPlan(index).turnsAboutOwnZ) break;
+    const KtLinkFrames& record = positions.linkFrames(index);
+    const KtReal* const axis = record.columns[KtLinkFrames::zAxis];
+    const KtReal* const origin = record.columns[KtLinkFrames::origin];
+    const KtReal ax = axis[0], ay = axis[1], az = axis[2];
+    const KtReal rx = px - origin[0], ry = py - origin[1], rz = pz - origin[2];
+    // KtJointColumns::fromRecord's arithmetic exactly.
+    linearX[index] = ay * rz - az * ry;
+    linearY[index] = az * rx - ax * rz;
+    linearZ[index] = ax * ry - ay * rx;
+    angularX[index] = ax;
+    angularY[index] = ay;
+    angularZ[index] = az;
+  }
+  return link;
+}
+
+}  // namespace
+
+// The usual chain, all six rows of joints turning about their own z axes, goes through the
+// short loop above; a joint of another kind, and every joint for fewer rows, through
+// fromRecord.
 void KtJointColumns::writeChain(const KtManipulatorLink& last,
                                 const KtManipulatorActivePositionState& positions, const Kt::Vector& point,
                                 KtJacobianRows rows, KtReal* const* target) {
   const std::size_t firstAngular = rows == KtJacobianRows::angular ? 0 : 3;
-  for (const KtManipulatorLink* link = &last; link->linkIndex() >= 0; link = link->parentLink()) {
+  const KtManipulatorLink* link = &last;
+  while (true) {
+    if (rows == KtJacobianRows::both) link = writeTurnsAboutOwnZ(link, positions, point, target);
+    if (link->linkIndex() < 0) return;
     const auto index = static_cast<std::size_t>(link->linkIndex());
-    const KtLinkFrames& record = positions.linkFrames(index);
-    const KtJointPlan& plan = positions.jointPlan(index);
-    if (plan.turnsAboutOwnZ && rows == KtJacobianRows::both) {
-      // The common case written straight into the six rows (fromRecord's arithmetic exactly).
-      const KtReal* const axis = record.columns[KtLinkFrames::zAxis];
-      const KtReal* const origin = record.columns[KtLinkFrames::origin];
-      const KtReal rx = point.x() - origin[0], ry = point.y() - origin[1], rz = point.z() - origin[2];
-      target[0][index] = axis[1] * rz - axis[2] * ry;
-      target[1][index] = axis[2] * rx - axis[0] * rz;
-      target[2][index] = axis[0] * ry - axis[1] * rx;
-      target[3][index] = axis[0];
-      target[4][index] = axis[1];
-      target[5][index] = axis[2];
-      continue;
-    }
-    const KtJointColumn column = fromRecord(*link, record, plan, point);
+    const KtJointColumn column =
+        fromRecord(*link, positions.linkFrames(index), positions.jointPlan(index), point);
     if (rows != KtJacobianRows::angular)
       for (std::size_t k = 0; k < 3; ++k) target[k][index] = column.linear[k];
     if (rows != KtJacobianRows::linear)
       for (std::size_t k = 0; k < 3; ++k) target[firstAngular + k][index] = column.angular[k];
+    link = link->parentLink();
   }
 }
 

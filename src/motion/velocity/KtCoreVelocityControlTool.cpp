@@ -100,6 +100,25 @@ KtReal largestMagnitude(const KtReal* entries, Columns columns) {
   }
 }
 
+// Copies a row of n entries into a padded row of the factors, its padding zero. Seven entries
+// go as two whole four-entry stores (the last four of the source, moved down one place, with a
+// zero after them), which later whole-lane loads of the row can take straight from the stores;
+// other lengths as a loop of constant length, a few moves where copy_n calls memcpy.
+template <typename Columns>
+void copyPaddedRow(const KtReal* source, KtReal* target, Columns columns) {
+  if constexpr (std::is_same_v<Columns, std::integral_constant<std::size_t, 7>>) {
+    Lanes head, tail;
+    std::memcpy(&head, source, sizeof head);
+    std::memcpy(&tail, source + 3, sizeof tail);
+    const Lanes shifted = __builtin_shufflevector(tail, Lanes{}, 1, 2, 3, 4);
+    std::memcpy(target, &head, sizeof head);
+    std::memcpy(target + 4, &shifted, sizeof shifted);
+  } else {
+    const std::size_t n = columns;
+    for (std::size_t c = 0; c < strideOf(columns); ++c) target[c] = c < n ? source[c] : 0.0;
+  }
+}
+
 }  // namespace
 
 bool KtCoreVelocityControlTool::calcJointRates(const Kt::ReArray& J, const Kt::ReArray& W,
@@ -399,10 +418,7 @@ void KtCoreVelocityControlTool::copyJacobian(const Kt::ReArray& J, const Kt::ReA
   const std::size_t n = columns;
   const std::size_t stride = strideOf(columns);
   for (std::size_t r = 0; r < m; ++r) {
-    // A loop of constant length is a few moves, where copy_n calls memcpy.
-    const KtReal* source = J[r].data();
-    KtReal* target = m_factors.data() + r * stride;
-    for (std::size_t c = 0; c < stride; ++c) target[c] = c < n ? source[c] : 0.0;
+    copyPaddedRow(J[r].data(), m_factors.data() + r * stride, columns);
     std::size_t zeros = 0;
     if (sparsity) {
       const std::vector<KtReal>& pattern = (*sparsity)[r];
