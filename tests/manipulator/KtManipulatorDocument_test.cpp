@@ -152,25 +152,10 @@ TEST(KtManipulatorDocumentTest, InvertedJointLimitsRefuseTheDocument) {
       "could not be read and is skipped.\n\tFile: limits.xml\n\tLine: 8\n");
 }
 
-// A stray empty childLinks after the real one is reported with its line and skipped, so the
-// arm keeps its seven links; a placement keeps its first translation likewise.
-TEST(KtManipulatorDocumentTest, RepeatedElementsKeepTheFirst) {
-  std::string text = readBytes(samplePath("craig_arm.xml"));
-  const std::size_t end = text.find("   </sm:individualManipulator>");
-  ASSERT_NE(end, std::string::npos);
-  text.insert(end, "    <sm:childLinks/>\n");
-  const auto line = std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(end), '\n') + 1;
+// A placement, which reads its own children, keeps its first translation and reports the
+// second with its line, as every compound element does.
+TEST(KtManipulatorDocumentTest, PlacementKeepsItsFirstTranslation) {
   PrintCapture capture;
-  KtStatedSystem stated;
-  ASSERT_TRUE(ktTestRead(stated, text));
-  EXPECT_EQ(
-      capture.text(),
-      "KtXmlCompoundType Warning: element childLinks appears more than once; the first is kept.\n\tFile: "
-      "test.xml\n\tLine: " +
-          std::to_string(line) + "\n");
-  EXPECT_EQ(stated.system().manipulator(0).jointDof(), 7u);
-
-  capture.clear();
   KtCoordinateSystemTransformation placement;
   ASSERT_TRUE(ktTestRead(
       placement, "<p><translation x=\"1\" y=\"0\" z=\"0\"/>\n<translation x=\"2\" y=\"0\" z=\"0\"/></p>"));

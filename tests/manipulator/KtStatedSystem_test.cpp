@@ -5,7 +5,6 @@
 #include <limits>
 
 #include "geometry/KtShape.h"
-#include "manipulator/KtSystemActiveState.h"
 #include "manipulator/ManipulatorTestSupport.h"
 #include "support/PrintCapture.h"
 #include "xml/KtXmlTextDocuments.h"
@@ -295,21 +294,4 @@ TEST(KtStatedSystemTest, LinkReferencesAndSelfCollisionExclusions) {
   EXPECT_FALSE(arm->canCollide(1, 5));
   EXPECT_FALSE(arm->canCollide(5, 1));
   EXPECT_FALSE(arm->canCollide(3, 3));
-}
-
-TEST(KtStatedSystemTest, SystemActiveStateFollowsTheSystemState) {
-  TestRandom rng(43);
-  KtStatedSystem stated = twoArmSystem();
-  stated.validateLowLevelDimensions();
-  KtSystemActiveState active;
-  for (int i = 0; i < 5; ++i) {
-    for (std::size_t m = 0; m < 2; ++m) {
-      stated.state().positionStates()[m].setJointPositions(randomJoints(rng, 7));
-      stated.state().positionStates()[m].setCoordinateSystemTransform(randomPose(rng));
-    }
-    active.update(stated.system(), stated.state());
-    ASSERT_EQ(active.size(), 2u);
-    for (std::size_t m = 0; m < 2; ++m)
-      expectFramesFresh(stated.system().manipulator(m), active.manipulatorActiveState(m));
-  }
 }

@@ -9,10 +9,6 @@
 #include "motion/expression/KtControlExpressionCollisionAvoidanceAb.h"
 #include "motion/expression/KtControlExpressionErrorReduction.h"
 #include "motion/expression/KtControlExpressionErrorSensitivity.h"
-#include "motion/expression/KtControlExpressionJointLimitAvoidance.h"
-#include "motion/expression/KtControlExpressionObstacleAvoidance.h"
-#include "motion/expression/KtControlExpressionSingularityAvoidance.h"
-#include "motion/expression/KtControlExpressionStrengthOptimization.h"
 #include "support/AllocationCounter.h"
 #include "support/PrintCapture.h"
 #include "xml/KtXmlFactory.h"
@@ -86,14 +82,6 @@ TEST(KtGradientExpressionDocumentsTest, EveryClassReadsAndWritesItself) {
       EXPECT_TRUE(!defaults || text.find("<ct:exponent>") == std::string::npos) << text;
     }
   }
-  const KtControlExpressionJointLimitAvoidance limits;
-  const KtControlExpressionCollisionAvoidanceAb collision;
-  EXPECT_EQ(
-      std::vector<double>({limits.exponent(), limits.avoidanceZone(), limits.max(), collision.exponent(),
-                           collision.avoidanceDistance(), collision.boundaryValue(),
-                           KtControlExpressionObstacleAvoidance().boundaryValue(),
-                           KtControlExpressionStrengthOptimization().order()}),
-      std::vector<double>({3.0, 0.5, 50.0, 3.0, 0.5, 1e9, 1e9, 2.0}));
 }
 
 // Once prepared, evaluating any of them allocates nothing; the collision pair is zero until

@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <memory>
+#include <numeric>
 #include <vector>
 
 #include "motion/expression/KtControlExpressionScalarConstant.h"
@@ -59,12 +60,6 @@ std::vector<double> nullVector(const Kt::ReArray& jacobian) {
   return z;
 }
 
-double dot(const std::vector<double>& a, const std::vector<double>& b) {
-  double sum = 0.0;
-  for (std::size_t i = 0; i < a.size(); ++i) sum += a[i] * b[i];
-  return sum;
-}
-
 }  // namespace
 
 // With the flange frame as a hard constraint the rates meet the commanded velocity exactly,
@@ -100,7 +95,9 @@ TEST(KtIndividualVelocityControlDescriptionTest, HardRowsAreMetAndTheCostIsOptim
       for (std::size_t i = 0; i < 7; ++i) optimality[i] += alpha * gradient[i];
     }
     const std::vector<double> z = nullVector(jacobian);
-    EXPECT_NEAR(dot(optimality, z) / (norm(optimality) * norm(z) + 1e-300), 0.0, 1e-9);
+    EXPECT_NEAR(std::inner_product(z.begin(), z.end(), optimality.begin(), 0.0) /
+                    (norm(optimality) * norm(z) + 1e-300),
+                0.0, 1e-9);
 
     NoAllocationGuard guard;
     arm.description().calculateJointRates(arm.stated, 0, &velocities, rates);
