@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <bit>
-#include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <type_traits>
@@ -219,12 +218,9 @@ template <typename Lanes>
 }
 
 // Redoes the halves' sines and cosines of the lanes beyond the reducible range, which joint
-// values never reach.
+// values never reach; out of line, away from the sweep's registers.
 [[gnu::noinline, gnu::cold]] void sinCosOutside(KtAngleGroup& group) {
-  for (std::size_t j = 0; j < KtAngleGroup::kLanes; ++j) {
-    if (!(std::fabs(group.halves[j]) <= Kt::kSinCosReducibleBound))
-      Kt::sinCos(group.halves[j], group.sinesOfHalves[j], group.cosinesOfHalves[j]);
-  }
+  Kt::sinCosRedoOutside(group.halves, group.sinesOfHalves, group.cosinesOfHalves, KtAngleGroup::kLanes);
 }
 
 // The sines and cosines of the joint values and of their halves, a group of four at a time.

@@ -90,6 +90,14 @@ inline void sinCos(KtReal x, KtReal& sine, KtReal& cosine) {
   sinCosReducible(x, sine, cosine);
 }
 
+// Takes again through sinCos those of count arguments that lie outside the reducible range,
+// whose branch-free results do not hold.
+inline void sinCosRedoOutside(const KtReal* x, KtReal* sine, KtReal* cosine, std::size_t count) {
+  for (std::size_t i = 0; i < count; ++i) {
+    if (!(std::fabs(x[i]) <= kSinCosReducibleBound)) sinCos(x[i], sine[i], cosine[i]);
+  }
+}
+
 // sinCos of count arguments, with exactly the same results. All of them go through the
 // branch-free part, which the compiler vectorises, while the arguments outside the reducible
 // range are noted on the way (without a jump) and then done again by sinCos.
@@ -103,10 +111,7 @@ inline void sinCosMany(const KtReal* __restrict x, KtReal* __restrict sine, KtRe
         std::bit_cast<std::uint64_t>(kSinCosReducibleBound) - std::bit_cast<std::uint64_t>(std::fabs(x[i]));
     sinCosReducible(x[i], sine[i], cosine[i]);
   }
-  if ((outside >> 63) == 0) return;
-  for (std::size_t i = 0; i < count; ++i) {
-    if (!(std::fabs(x[i]) <= kSinCosReducibleBound)) sinCos(x[i], sine[i], cosine[i]);
-  }
+  if ((outside >> 63) != 0) sinCosRedoOutside(x, sine, cosine, count);
 }
 
 }  // namespace Kt
