@@ -59,6 +59,15 @@ auto strideOf(Columns n) {
 }
 
 template <typename Columns>
+constexpr bool rowsOfTwoLanes() {
+  if constexpr (std::is_same_v<Columns, std::size_t>) {
+    return false;
+  } else {
+    return paddedLength(Columns::value) == 8;
+  }
+}
+
+template <typename Columns>
 constexpr bool rowsOfWholeLanes() {
   if constexpr (std::is_same_v<Columns, std::size_t>) {
     return false;
@@ -116,6 +125,38 @@ void copyPaddedRow(const KtReal* source, KtReal* target, Columns columns) {
   } else {
     const std::size_t n = columns;
     for (std::size_t c = 0; c < strideOf(columns); ++c) target[c] = c < n ? source[c] : 0.0;
+  }
+}
+
+// Row k of the factors less the multiples of the factored rows [zeros, k) above it that clear
+// its entries there, the multipliers kept in lower. A row of two whole lanes is held in two
+// registers meanwhile: in memory, each subtraction would store it for the next multiplier's load.
+template <typename Row, typename Zeros, typename Columns>
+void eliminate(KtReal* entries, KtReal* lower, const KtReal* factors, const KtReal* reciprocalPivots, Row row,
+               Zeros leadingZeros, Columns columns) {
+  const std::size_t k = row, zeros = leadingZeros;
+  const auto stride = strideOf(columns);
+  if constexpr (rowsOfTwoLanes<Columns>()) {
+    Lanes head, tail;
+    std::memcpy(&head, entries, sizeof head);
+    std::memcpy(&tail, entries + 4, sizeof tail);
+    for (std::size_t i = zeros; i < k; ++i) {
+      const KtReal multiplier = (i < 4 ? head[i] : tail[i - 4]) * reciprocalPivots[i];
+      lower[i] = multiplier;
+      Lanes aboveHead, aboveTail;
+      std::memcpy(&aboveHead, factors + i * stride, sizeof aboveHead);
+      std::memcpy(&aboveTail, factors + i * stride + 4, sizeof aboveTail);
+      head -= aboveHead * multiplier;
+      tail -= aboveTail * multiplier;
+    }
+    std::memcpy(entries, &head, sizeof head);
+    std::memcpy(entries + 4, &tail, sizeof tail);
+  } else {
+    for (std::size_t i = zeros; i < k; ++i) {
+      const KtReal multiplier = entries[i] * reciprocalPivots[i];
+      lower[i] = multiplier;
+      subtractMultiple(entries, factors + i * stride, multiplier, stride);
+    }
   }
 }
 
@@ -351,10 +392,12 @@ bool KtCoreVelocityControlTool::factorWith(const Kt::ReArray& J, const Kt::ReArr
   std::size_t dependentJacobianRow = m;
   if constexpr (std::is_same_v<Columns, std::size_t>) {
     dependentJacobianRow = factorJacobian(m);
+  } else if (m_nullity != 1) {
+    dependentJacobianRow = factorJacobian(m);
+  } else if (m_sparse) {
+    dependentJacobianRow = factorJacobian(std::integral_constant<std::size_t, Columns::value - 1>{});
   } else {
-    dependentJacobianRow = m_nullity == 1
-                               ? factorJacobian(std::integral_constant<std::size_t, Columns::value - 1>{})
-                               : factorJacobian(m);
+    dependentJacobianRow = factorDenseRows(std::make_index_sequence<Columns::value - 1>{}, columns);
   }
   if (dependentJacobianRow < m) {
     ktPrint(KtSeverity::Error, "KtCoreVelocityControlTool::prep(): J is rank deficient at row %d\n",
@@ -445,35 +488,52 @@ void KtCoreVelocityControlTool::copyJacobian(const Kt::ReArray& J, const Kt::ReA
 template <typename RowsPresent, typename Columns>
 std::size_t KtCoreVelocityControlTool::factorRows(std::size_t first, std::size_t last,
                                                   RowsPresent rowsPresent, Columns columns) {
-  const std::size_t n = columns;
-  const auto stride = strideOf(columns);
-  KtReal* factors = m_factors.data();
   for (std::size_t k = first; k < last; ++k) {
-    KtReal* entries = factors + k * stride;
-    KtReal* lower = m_lower.data() + k * stride;
-    const KtReal scale = largestMagnitude(entries, columns);
     const std::size_t zeros = k < m_rowCount ? m_leadingZeros[k] : 0;
-    for (std::size_t i = 0; i < zeros; ++i) lower[i] = entries[i];
-    for (std::size_t i = zeros; i < k; ++i) {
-      const KtReal multiplier = entries[i] * m_reciprocalPivots[i];
-      lower[i] = multiplier;
-      subtractMultiple(entries, factors + i * stride, multiplier, stride);
-    }
-    std::size_t pivot = k;
-    KtReal largest = std::fabs(entries[k]);
-    for (std::size_t j = k + 1; j < n; ++j) {
-      const KtReal magnitude = std::fabs(entries[j]);
-      const bool larger = magnitude > largest;
-      largest = larger ? magnitude : largest;
-      pivot = larger ? j : pivot;
-    }
-    m_pivots[k] = pivot;
-    if (pivot != k) exchangeColumns(k, pivot, rowsPresent, columns);
-    if (entries[k] == 0.0) entries[k] = kZeroPivotReplacement;
-    m_reciprocalPivots[k] = 1.0 / entries[k];
-    if (!(scale > 0.0 && std::fabs(entries[k]) > kNegligiblePivot * scale)) return k;
+    if (!factorRow(k, zeros, rowsPresent, columns)) return k;
   }
   return last;
+}
+
+// J's rows without a sparsity pattern and with a constant row count: every row's step is
+// written out with its index a constant, so that its loops over earlier rows and later columns
+// unroll into straight code.
+template <std::size_t... Rows, typename Columns>
+std::size_t KtCoreVelocityControlTool::factorDenseRows(std::index_sequence<Rows...>, Columns columns) {
+  constexpr std::size_t count = sizeof...(Rows);
+  using None = std::integral_constant<std::size_t, 0>;
+  std::size_t dependent = count;
+  (void)((factorRow(std::integral_constant<std::size_t, Rows>{}, None{},
+                    std::integral_constant<std::size_t, count>{}, columns) ||
+          (dependent = Rows, false)) &&
+         ...);
+  return dependent;
+}
+
+template <typename Row, typename Zeros, typename RowsPresent, typename Columns>
+bool KtCoreVelocityControlTool::factorRow(Row row, Zeros leadingZeros, RowsPresent rowsPresent,
+                                          Columns columns) {
+  const std::size_t n = columns, k = row, zeros = leadingZeros;
+  const auto stride = strideOf(columns);
+  KtReal* factors = m_factors.data();
+  KtReal* entries = factors + k * stride;
+  KtReal* lower = m_lower.data() + k * stride;
+  const KtReal scale = largestMagnitude(entries, columns);
+  for (std::size_t i = 0; i < zeros; ++i) lower[i] = entries[i];
+  eliminate(entries, lower, factors, m_reciprocalPivots.data(), k, zeros, columns);
+  std::size_t pivot = k;
+  KtReal largest = std::fabs(entries[k]);
+  for (std::size_t j = k + 1; j < n; ++j) {
+    const KtReal magnitude = std::fabs(entries[j]);
+    const bool larger = magnitude > largest;
+    largest = larger ? magnitude : largest;
+    pivot = larger ? j : pivot;
+  }
+  m_pivots[k] = pivot;
+  if (pivot != k) exchangeColumns(k, pivot, rowsPresent, columns);
+  if (entries[k] == 0.0) entries[k] = kZeroPivotReplacement;
+  m_reciprocalPivots[k] = 1.0 / entries[k];
+  return scale > 0.0 && std::fabs(entries[k]) > kNegligiblePivot * scale;
 }
 
 // An exchange that moves a possibly non-zero column into a later row's zero leading part
@@ -512,9 +572,13 @@ void KtCoreVelocityControlTool::formBasis(Rows rows, Columns columns) {
   const std::size_t n = columns;
   for (std::size_t j = 0; j < n - m; ++j) {
     KtReal* basis = m_basis.data() + j * m;
-    for (std::size_t i = m; i-- > 0;) {
+    // Counted upward, so that with a constant row count both loops unroll.
+#pragma GCC unroll 8
+    for (std::size_t done = 0; done < m; ++done) {
+      const std::size_t i = m - 1 - done;
       const KtReal* entries = m_factors.data() + i * strideOf(columns);
       KtReal sum = -entries[m + j];
+#pragma GCC unroll 8
       for (std::size_t t = i + 1; t < m; ++t) sum -= entries[t] * basis[t];
       basis[i] = sum * m_reciprocalPivots[i];
     }

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstddef>
+#include <utility>
 #include <vector>
 
 #include "foundation/Types.h"
@@ -87,6 +88,12 @@ class KtCoreVelocityControlTool {
   // it, or last.
   template <typename RowsPresent, typename Columns>
   std::size_t factorRows(std::size_t first, std::size_t last, RowsPresent rowsPresent, Columns n);
+  template <std::size_t... Rows, typename Columns>
+  std::size_t factorDenseRows(std::index_sequence<Rows...>, Columns n);
+  // Row k of factorRows, whose first `zeros` entries are structurally zero; false when it
+  // depends on the rows above it.
+  template <typename Row, typename Zeros, typename RowsPresent, typename Columns>
+  bool factorRow(Row k, Zeros zeros, RowsPresent rowsPresent, Columns n);
   template <typename RowsPresent, typename Columns>
   void exchangeColumns(std::size_t k, std::size_t pivot, RowsPresent rowsPresent, Columns n);
   template <typename Columns>
