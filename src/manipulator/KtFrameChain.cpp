@@ -259,9 +259,9 @@ template <typename Lanes>
   save((ch - sh) * (ch + sh), group.cosines);
 }
 
-// The compositions, outward from the start record. A link's angles lie at its lane of its
-// group, which advance along with the link; on a consecutive path (first, first + 1, ...) the
-// plans and records are the next ones in their arrays, rather than looked up through the path.
+// The compositions, outward from the start record. A link's angles are at lane j of the current
+// group, both of which advance with the link; on a consecutive path (first, first + 1, ...) the
+// plans and records are the next ones in their arrays rather than looked up through the path.
 template <KtFrameSweep::Rows rows, typename Lanes, bool consecutive>
 [[gnu::always_inline]] inline void composeLinks(const KtFrameChainRun& run) {
   FrameLanes<Lanes> frame;
@@ -273,8 +273,8 @@ template <KtFrameSweep::Rows rows, typename Lanes, bool consecutive>
   const KtJointPlan* const plans = run.plans;
   KtLinkFrames* const frames = run.frames;
   const std::size_t count = run.count;
-  const KtJointPlan* nextPlan = plans + path[0];
-  KtLinkFrames* nextRecord = frames + path[0];
+  const KtJointPlan* nextPlan = consecutive ? plans + path[0] : nullptr;
+  KtLinkFrames* nextRecord = consecutive ? frames + path[0] : nullptr;
   const KtAngleGroup* group = run.scratch->angles.data();
   std::size_t j = 0;
   for (std::size_t k = 0; k < count; ++k) {
@@ -330,7 +330,8 @@ template <typename Lanes>
   for (std::size_t g = 0; g < groups; ++g) {
     const std::size_t k = g * lanes, last = std::min(k + lanes, run.count) - 1;
     Lanes values;
-    // Link indices grow along a path, so when the group's last link has a joint value, all have.
+    // Link indices grow along a path, so when the group's last link has a joint value, all have;
+    // a whole group of a consecutive path takes its four in one load.
     if (consecutive && last == k + lanes - 1 && run.path[last] < jointCount) {
       load(joints + run.path[k], values);
     } else if (run.path[last] < jointCount) {
