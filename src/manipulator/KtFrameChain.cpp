@@ -237,10 +237,11 @@ template <typename Lanes>
     using Bits = std::uint64_t __attribute__((vector_size(32)));
     Kt::sinCosReducibleLanes<Lanes, Bits>(halves, sh, ch);
     // As in Kt::sinCosMany: the top bit of a lane's difference is set where |half| is beyond the
-    // bound or NaN.
+    // bound or NaN. The processor gathers the four top bits in one instruction (its builtin is
+    // known here since the header declares composeWide for AVX2).
     const Bits magnitudes = __builtin_bit_cast(Bits, halves) & ~(Bits{} + (std::uint64_t{1} << 63));
     const Bits beyond = std::bit_cast<std::uint64_t>(Kt::kSinCosReducibleBound) - magnitudes;
-    if (((beyond[0] | beyond[1] | beyond[2] | beyond[3]) >> 63) != 0) {
+    if (__builtin_ia32_movmskpd256(__builtin_bit_cast(WideLanes, beyond)) != 0) {
       save(sh, group.sinesOfHalves);
       save(ch, group.cosinesOfHalves);
       sinCosOutside(group);
@@ -258,40 +259,55 @@ template <typename Lanes>
   save((ch - sh) * (ch + sh), group.cosines);
 }
 
-// The compositions, outward from the start record.
-template <KtFrameSweep::Rows rows, typename Lanes>
+// The compositions, outward from the start record. A link's angles are at lane j of the current
+// group, both of which advance with the link; on a consecutive path (first, first + 1, ...) the
+// plans and records are the next ones in their arrays rather than looked up through the path.
+template <KtFrameSweep::Rows rows, typename Lanes, bool consecutive>
 [[gnu::always_inline]] inline void composeLinks(const KtFrameChainRun& run) {
-  constexpr std::size_t lanes = KtAngleGroup::kLanes;
-  const KtAngleGroup* const angles = run.scratch->angles.data();
   FrameLanes<Lanes> frame;
   loadFrame(*run.start, frame);
   bool checkBand = !staysWithinBand(frame.turn, run.count);
-  const KtLinkFrames* parent = run.start;
   // Copied, since the stores into the records might otherwise change them as far as the
   // compiler can tell, and it would read them again for every link.
+  const std::size_t* const path = run.path;
   const KtJointPlan* const plans = run.plans;
   KtLinkFrames* const frames = run.frames;
-  const std::size_t* const path = run.path;
   const std::size_t count = run.count;
+  const KtJointPlan* nextPlan = consecutive ? plans + path[0] : nullptr;
+  KtLinkFrames* nextRecord = consecutive ? frames + path[0] : nullptr;
+  const KtAngleGroup* group = run.scratch->angles.data();
+  std::size_t j = 0;
   for (std::size_t k = 0; k < count; ++k) {
-    const KtJointPlan& plan = plans[path[k]];
-    KtLinkFrames& record = frames[path[k]];
-    const KtAngleGroup& group = angles[k / lanes];
-    const std::size_t j = k % lanes;
+    const KtJointPlan& plan = consecutive ? *nextPlan++ : plans[path[k]];
+    KtLinkFrames& record = consecutive ? *nextRecord++ : frames[path[k]];
     if (plan.halfAngleRow != nullptr) {
       // Noted here rather than when the values are gathered, where it would look up the plan
       // once more.
-      plan.halfAngleRow->noteJointValue(group.values[j]);
-      turnByRow<rows>(plan.row, group.sines[j], group.cosines[j], group.sinesOfHalves[j],
-                      group.cosinesOfHalves[j], frame);
+      plan.halfAngleRow->noteJointValue(group->values[j]);
+      turnByRow<rows>(plan.row, group->sines[j], group->cosines[j], group->sinesOfHalves[j],
+                      group->cosinesOfHalves[j], frame);
       storeFrame(frame, plan, checkBand, record);
     } else {
-      record.store(parent->dh, plan.kinematics->dhTransform(group.values[j]), plan.primaryOffset);
+      const KtLinkFrames& parent = k == 0 ? *run.start : frames[consecutive ? path[0] + k - 1 : path[k - 1]];
+      record.store(parent.dh, plan.kinematics->dhTransform(group->values[j]), plan.primaryOffset);
       loadFrame(record, frame);
       // Normalised as a transformation, the quaternion is only known to lie within the band.
       checkBand = true;
     }
-    parent = &record;
+    if (++j == KtAngleGroup::kLanes) {
+      j = 0;
+      ++group;
+    }
+  }
+}
+
+// The compositions for the manipulator's row conventions and the shape of the path.
+template <KtFrameSweep::Rows rows, typename Lanes>
+[[gnu::always_inline]] inline void composeLinks(const KtFrameChainRun& run, bool consecutive) {
+  if (consecutive) {
+    composeLinks<rows, Lanes, true>(run);
+  } else {
+    composeLinks<rows, Lanes, false>(run);
   }
 }
 
@@ -308,12 +324,17 @@ template <typename Lanes>
     const std::size_t link = run.path[k];
     return link < jointCount ? joints[link] : 0.0;
   };
+  // Link indices grow along a path, so it is consecutive when its ends are count - 1 apart.
+  const bool consecutive = run.count > 0 && run.path[run.count - 1] - run.path[0] == run.count - 1;
   const std::size_t groups = KtFrameSweep::groups(run.count);
   for (std::size_t g = 0; g < groups; ++g) {
     const std::size_t k = g * lanes, last = std::min(k + lanes, run.count) - 1;
     Lanes values;
-    // Link indices grow along a path, so when the group's last link has a joint value, all have.
-    if (run.path[last] < jointCount) {
+    // Link indices grow along a path, so when the group's last link has a joint value, all have;
+    // a whole group of a consecutive path takes its four in one load.
+    if (consecutive && last == k + lanes - 1 && run.path[last] < jointCount) {
+      load(joints + run.path[k], values);
+    } else if (run.path[last] < jointCount) {
       const auto within = [&](std::size_t i) { return joints[run.path[std::min(i, last)]]; };
       set(values, within(k), within(k + 1), within(k + 2), within(k + 3));
     } else {
@@ -324,13 +345,13 @@ template <typename Lanes>
 
   switch (run.scratch->rows) {
     case KtFrameSweep::Rows::classicOnly:
-      composeLinks<KtFrameSweep::Rows::classicOnly, Lanes>(run);
+      composeLinks<KtFrameSweep::Rows::classicOnly, Lanes>(run, consecutive);
       break;
     case KtFrameSweep::Rows::modifiedOnly:
-      composeLinks<KtFrameSweep::Rows::modifiedOnly, Lanes>(run);
+      composeLinks<KtFrameSweep::Rows::modifiedOnly, Lanes>(run, consecutive);
       break;
     case KtFrameSweep::Rows::mixed:
-      composeLinks<KtFrameSweep::Rows::mixed, Lanes>(run);
+      composeLinks<KtFrameSweep::Rows::mixed, Lanes>(run, consecutive);
       break;
   }
 }

@@ -27,10 +27,10 @@ namespace KtFrameChain {
 // Stores the frames of every link of the run, in the form this processor runs fastest.
 void compose(const KtFrameChainRun& run);
 
-// The two forms themselves, so that tests can compare them; composeWide only where
-// wideAvailable().
+// The two forms themselves, so that tests can compare them; composeWide, compiled for AVX2 and
+// FMA, only where wideAvailable().
 void composeBaseline(const KtFrameChainRun& run);
-void composeWide(const KtFrameChainRun& run);
+[[gnu::target("avx2,fma")]] void composeWide(const KtFrameChainRun& run);
 bool wideAvailable();
 
 }  // namespace KtFrameChain

@@ -50,7 +50,8 @@ bool KtManipulatorActivePositionState::isEqual(const KtXmlObject& other) const {
 void KtManipulatorActivePositionState::invalidateFrom(std::size_t firstLink) {
   if (firstLink >= m_linkCount) return;
   ++m_frameChanges;
-  for (std::size_t i = firstLink; i < m_linkCount; ++i) m_linkFrames[i].valid = false;
+  KtLinkFrames* const end = m_linkFrames.data() + m_linkCount;
+  for (KtLinkFrames* record = m_linkFrames.data() + firstLink; record != end; ++record) record->valid = false;
 }
 
 void KtManipulatorActivePositionState::invalidateAll() {
@@ -121,12 +122,16 @@ void KtManipulatorActivePositionState::buildSweepChains(const KtIndividualManipu
 
 void KtManipulatorActivePositionState::setJointPositions(const std::vector<KtReal>& positions) {
   std::vector<KtReal>& joints = m_positionState.jointPositions();
-  std::size_t firstChange = 0;
-  if (joints.size() == positions.size()) {
-    while (firstChange < joints.size() && joints[firstChange] == positions[firstChange]) ++firstChange;
+  if (joints.size() != positions.size()) {
+    invalidateFrom(0);
+    joints.assign(positions.begin(), positions.end());
+    return;
   }
+  std::size_t firstChange = 0;
+  while (firstChange < joints.size() && joints[firstChange] == positions[firstChange]) ++firstChange;
   invalidateFrom(firstChange);
-  joints.assign(positions.begin(), positions.end());
+  // Copied whole all the same: zeros of either sign compare equal.
+  std::copy(positions.begin(), positions.end(), joints.begin());
 }
 
 void KtManipulatorActivePositionState::setJointPosition(std::size_t index, KtReal position) {

@@ -223,14 +223,29 @@ bool KtManipulatorLink::hasRecord(KtManipulatorActiveState& state, const char* m
   return false;
 }
 
+namespace {
+
+// Whether the state is bound to the link's manipulator and has a record for the link's index
+// (which for a negative index wraps to beyond every count).
+bool hasBoundRecord(const KtManipulatorActivePositionState& positions,
+                    const KtIndividualManipulator* manipulator, int linkIndex) {
+  return positions.isBoundTo(manipulator) && static_cast<std::size_t>(linkIndex) < positions.linkCount();
+}
+
+}  // namespace
+
 // A query whose record is valid costs the state's binding, a bound check and one flag, with no
 // call, so that asking for frames already computed stays a handful of instructions; a stale
 // record runs the sweep, and anything else (binding the state, the base link, an index outside
-// the state) goes through updatedFrame. A negative index wraps to beyond every count.
+// the state) goes through updatedFrame. The swept record is taken as it comes rather than
+// through currentRecord's pointer, which the compiler cannot tell is never null: then nothing is
+// kept across the sweep's call, and the valid path runs without a stack frame.
 const Kt::coordinateSystemTransformation& KtManipulatorLink::dhFrameInSystem(
     KtManipulatorActiveState& state) const {
-  const KtLinkFrames* record = currentRecord(state.activePositionState());
-  return record != nullptr ? record->dhFrame() : updatedFrame(state, false);
+  KtManipulatorActivePositionState& positions = state.activePositionState();
+  if (!hasBoundRecord(positions, m_manipulator, m_linkIndex)) return updatedFrame(state, false);
+  const KtLinkFrames& record = positions.linkFrames(static_cast<std::size_t>(m_linkIndex));
+  return (record.isValid() ? record : sweepFrames(positions)).dhFrame();
 }
 
 const Kt::coordinateSystemTransformation& KtManipulatorLink::primaryFrameInSystem(
@@ -240,9 +255,8 @@ const Kt::coordinateSystemTransformation& KtManipulatorLink::primaryFrameInSyste
 }
 
 const KtLinkFrames* KtManipulatorLink::currentRecord(KtManipulatorActivePositionState& positions) const {
-  const auto index = static_cast<std::size_t>(m_linkIndex);
-  if (!positions.isBoundTo(m_manipulator) || index >= positions.linkCount()) return nullptr;
-  const KtLinkFrames& record = positions.linkFrames(index);
+  if (!hasBoundRecord(positions, m_manipulator, m_linkIndex)) return nullptr;
+  const KtLinkFrames& record = positions.linkFrames(static_cast<std::size_t>(m_linkIndex));
   return record.isValid() ? &record : &sweepFrames(positions);
 }
 
