@@ -54,16 +54,13 @@ KtReal dot(const KtVelocityState& a, const KtVelocityState& b) {
 // Whether every joint lies within its limits (which tells that it is finite as well), the case
 // in which a state is admitted as it is.
 bool withinLimits(const KtIndividualManipulator& manipulator, const std::vector<KtReal>& joints) {
-  for (std::size_t j = 0; j < joints.size(); ++j) {
-    const KtReal q = joints[j];
-    if (j >= manipulator.jointDof()) {
-      if (!std::isfinite(q)) return false;
-      continue;
-    }
+  const std::size_t limited = std::min(joints.size(), manipulator.jointDof());
+  for (std::size_t j = 0; j < limited; ++j) {
     const KtManipulatorLink& link = manipulator.link(j);
-    if (!(q >= link.lowerLimitConstraint() && q <= link.upperLimitConstraint())) return false;
+    if (!(joints[j] >= link.lowerLimitConstraint() && joints[j] <= link.upperLimitConstraint())) return false;
   }
-  return true;
+  return std::all_of(joints.begin() + static_cast<std::ptrdiff_t>(limited), joints.end(),
+                     [](KtReal q) { return std::isfinite(q); });
 }
 
 // The angle of the shorter rotation between a and b: the value angleAxisBetween gives to the last
@@ -252,7 +249,7 @@ bool KtPositionControlSystem::solveRates(std::vector<KtVelocityState>& rates, bo
     if (!isControlled(m)) continue;
     const unsigned index = static_cast<unsigned>(m);
     if ((!placed && !calcAllEndEffectorPlacements(*m_work.stated, index, m_work.actual[m])) ||
-        !calculateGeneralMotion(static_cast<int>(m), dt))
+        !filterVelocities(m, m_work.descriptions[m]->endEffectorSet(), dt))
       return failCalculation(m, false);
   }
   if (!m_velocityControlSystem.calculate(*m_work.stated, m_work.commanded, rates, dt))
@@ -350,13 +347,12 @@ void KtPositionControlSystem::noteErrors(bool before) const {
 
 void KtPositionControlSystem::noteConditioning(bool stepped) {
   for (std::size_t m = 0; m < m_work.results.size(); ++m) {
-    const int index = static_cast<int>(m);
-    KtEndEffectorSet& set = *m_velocityControlSystem.endEffectorSet(index);
+    KtIndividualVelocityControlDescription& description = *m_work.descriptions[m];
+    KtEndEffectorSet& set = description.endEffectorSet();
     // Without a step in this calculation the set's last Jacobian is not the present state's.
     if (!stepped || !isControlled(m))
-      set.jacobian(m_work.stated->system().manipulator(m),
-                   m_velocityControlSystem.individualVelocityControlDescription(index)->isFixedBase(),
-                   *m_work.stated->activeState(index));
+      set.jacobian(m_work.stated->system().manipulator(m), description.isFixedBase(),
+                   *m_work.stated->activeState(static_cast<int>(m)));
     m_work.conditioning.keep(m, set);
   }
 }

@@ -58,11 +58,8 @@ bool KtPositionControlSystem::placementIndexValid(int manipulator, int endEffect
 }
 
 void KtPositionControlSystem::noteControlled() {
-  for (std::size_t m = 0; m < m_work.controlled.size(); ++m) {
-    const KtIndividualVelocityControlDescription* description =
-        m_velocityControlSystem.individualVelocityControlDescription(static_cast<int>(m));
-    m_work.controlled[m] = description != nullptr && description->isOn();
-  }
+  for (std::size_t m = 0; m < m_work.controlled.size(); ++m)
+    m_work.controlled[m] = m_work.descriptions[m]->isOn();
 }
 
 bool KtPositionControlSystem::bind(KtStatedSystem& stated) {
@@ -95,10 +92,14 @@ void KtPositionControlSystem::sizeWorkspace() {
     m_work.rates.resize(count);
     m_work.firstPassRates.resize(count);
     m_work.firstPassPositions.resize(count);
+    m_work.descriptions.resize(count);
     m_work.controlled.resize(count);
   }
   for (std::size_t m = 0; m < count; ++m) {
-    const KtEndEffectorSet& set = *m_velocityControlSystem.endEffectorSet(static_cast<int>(m));
+    KtIndividualVelocityControlDescription& description =
+        *m_velocityControlSystem.individualVelocityControlDescription(static_cast<int>(m));
+    m_work.descriptions[m] = &description;
+    const KtEndEffectorSet& set = description.endEffectorSet();
     const std::size_t size = set.size(), known = m_work.desired[m].size();
     if (known == size && m_work.actual[m].size() == size) continue;
     m_work.actual[m].resize(size);
@@ -266,6 +267,10 @@ bool KtPositionControlSystem::calculateGeneralMotion(int manipulator, KtReal dt)
   }
   // Called from outside after a calculation, it needs the placements of the present state.
   if (m_work.placementsStale) settleCalculation();
+  return filterVelocities(m, set, dt);
+}
+
+bool KtPositionControlSystem::filterVelocities(std::size_t m, const KtEndEffectorSet& set, KtReal dt) {
   const KtManipulatorEndEffectorPlacement &actual = m_work.actual[m], &desired = m_work.desired[m];
   const std::size_t count = std::min({set.size(), actual.size(), desired.size()});
   for (std::size_t e = 0; e < count; ++e) {

@@ -154,13 +154,15 @@ class KtPositionControlSystem : public KtXmlCloneable<KtPositionControlSystem, K
   KtReal guardedTimeStep() const;
   bool manipulatorValid(int manipulator, const char* operation, const char* format) const;
   bool placementIndexValid(int manipulator, int endEffector, const char* operation) const;
-  // Notes once per calculation which manipulators are stepped (their active description is on),
-  // for the passes, the integration and the diagnostics to ask.
+  // Notes once per calculation, after sizeWorkspace(), which manipulators are stepped (their
+  // active description is on), for the passes, the integration and the diagnostics to ask.
   void noteControlled();
   bool isControlled(std::size_t manipulator) const { return m_work.controlled[manipulator] != 0; }
-  // Gives every manipulator's data the size of its active set; new desired placements are the
-  // actual ones.
+  // Gives every manipulator's data the size of its active set and notes its active description;
+  // new desired placements are the actual ones.
   void sizeWorkspace();
+  // calculateGeneralMotion for a manipulator whose workspace is sized for its active set `set`.
+  bool filterVelocities(std::size_t manipulator, const KtEndEffectorSet& set, KtReal dt);
   bool updateActualPlacements() const;
   void noteErrors(bool before) const;
   // The one place where what a calculation leaves for later is completed: the errors before it

@@ -11,6 +11,8 @@
 #include "motion/position/KtPropagationResultData.h"
 #include "motion/position/KtTaskConditioning.h"
 
+class KtIndividualVelocityControlDescription;
+
 // What a position-control system holds for the stated system it is bound to: per manipulator the
 // desired placements and velocities of its end effectors, their actual placements and commanded
 // velocities, the diagnostics of the last calculation, and copies of the state for the passes of
@@ -62,6 +64,9 @@ struct KtPositionControlWorkspace {
   std::vector<KtVelocityState> rates;
   std::vector<KtVelocityState> firstPassRates;
   std::vector<KtPositionState> firstPassPositions;
-  // Per manipulator, whether the present calculation steps it (1) or not (0).
+  // Per manipulator, its active description as the workspace was last sized (a calculation sizes
+  // it first, so that its steps read the description here instead of looking it up again), and
+  // whether the present calculation steps it (1) or not (0).
+  std::vector<KtIndividualVelocityControlDescription*> descriptions;
   std::vector<unsigned char> controlled;
 };
