@@ -5,6 +5,7 @@
 #include "foundation/MathUtil.h"
 #include "foundation/Print.h"
 #include "manipulator/KtModelRevision.h"
+#include "motion/velocity/KtControlExpressionCore.h"
 #include "xml/KtXmlNamespaces.h"
 
 namespace {
@@ -105,13 +106,14 @@ bool KtIndividualVelocityControlDescription::calculateJointRates(
                         context.columnCount, context.rowCount};
   if (!(key == m_preparedFor)) {
     m_prepared = m_container.prepare(context) && rootGivesRates(context.columnCount);
+    m_rootIsCore = dynamic_cast<const KtControlExpressionCore*>(m_container.expression()) != nullptr;
     m_preparedFor = key;
   }
   if (!m_prepared || !m_container.evaluate(context)) return standStill(false);
   // The core refuses rates that are not finite; a node around it could still make some, and
   // none may reach the integration, so the arm stands still instead.
   const std::vector<KtReal>& result = m_container.value().column();
-  if (!ktAllFinite(result)) {
+  if (!m_rootIsCore && !ktAllFinite(result)) {
     ktPrint(
         KtSeverity::Error,
         "KtIndividualVelocityControlDescription::calculateJointRates(): the rates are not finite; the arm is "

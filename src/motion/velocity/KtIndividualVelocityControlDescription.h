@@ -74,5 +74,7 @@ class KtIndividualVelocityControlDescription
   // Working data of the per-step call, not part of the value.
   PreparedFor m_preparedFor;
   bool m_prepared = false;
+  // The root is the core itself, which refuses rates that are not finite: they need no second look.
+  bool m_rootIsCore = false;
   std::vector<KtReal> m_stackedVelocities;
 };
