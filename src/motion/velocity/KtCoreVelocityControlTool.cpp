@@ -29,6 +29,9 @@ void subtractMultiple(KtReal* __restrict target, const KtReal* __restrict source
   for (std::size_t j = 0; j < count; ++j) target[j] -= source[j] * factor;
 }
 
+// The largest column count that withColumnCount makes a constant.
+constexpr std::size_t kLargestConstantColumns = 7;
+
 // Calls kernel with the column count n, as a constant known when compiled for the joint counts
 // of common arms (so that the short loops over a row unroll), else as a run-time value.
 template <typename Kernel>
@@ -239,7 +242,11 @@ template <typename Columns>
 void KtCoreVelocityControlTool::projectOnNullDirection(const std::vector<KtReal>& F, KtReal alpha,
                                                        const std::vector<KtReal>& V, Columns columns) {
   const std::size_t n = columns, m = n - 1, stride = strideOf(columns);
-  KtReal* z = m_exchanged.data();
+  // With a constant column count z is a local array, which the compiler keeps in registers: in
+  // the member storage (which could alias the factors) every entry would be stored and read
+  // back, two at a time, straight after its two single stores.
+  std::array<KtReal, kLargestConstantColumns> local;
+  KtReal* z = std::is_same_v<Columns, std::size_t> ? m_exchanged.data() : local.data();
   for (std::size_t r = 0; r < m; ++r) {
     const KtReal* lower = m_lower.data() + r * stride;
     KtReal sum = V[r];
