@@ -241,15 +241,13 @@ template <typename Lanes>
     // known here since the header declares composeWide for AVX2).
     const Bits magnitudes = __builtin_bit_cast(Bits, halves) & ~(Bits{} + (std::uint64_t{1} << 63));
     const Bits beyond = std::bit_cast<std::uint64_t>(Kt::kSinCosReducibleBound) - magnitudes;
+    save(sh, group.sinesOfHalves);
+    save(ch, group.cosinesOfHalves);
     if (__builtin_ia32_movmskpd256(__builtin_bit_cast(WideLanes, beyond)) != 0) {
-      save(sh, group.sinesOfHalves);
-      save(ch, group.cosinesOfHalves);
       sinCosOutside(group);
       load(group.sinesOfHalves, sh);
       load(group.cosinesOfHalves, ch);
     }
-    save(sh, group.sinesOfHalves);
-    save(ch, group.cosinesOfHalves);
   } else {
     Kt::sinCosMany(group.halves, group.sinesOfHalves, group.cosinesOfHalves, KtAngleGroup::kLanes);
     load(group.sinesOfHalves, sh);

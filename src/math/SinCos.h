@@ -9,15 +9,6 @@
 
 namespace Kt {
 
-// One of two values chosen by a condition through bit masks rather than a jump: joint
-// angles change sign and quadrant unpredictably, and a mispredicted branch costs more
-// than both values.
-inline KtReal selectIf(bool condition, KtReal ifTrue, KtReal ifFalse) {
-  const std::uint64_t mask = std::uint64_t{0} - static_cast<std::uint64_t>(condition);
-  return std::bit_cast<KtReal>((std::bit_cast<std::uint64_t>(ifTrue) & mask) |
-                               (std::bit_cast<std::uint64_t>(ifFalse) & ~mask));
-}
-
 // The sine and cosine of x together, within one and a half units in the last place for
 // angles of a few turns and three up to the fallback bound below.
 //
@@ -68,7 +59,8 @@ template <typename Real, typename Bits>
   const Real cosineR = leading + (((1.0 - leading) - halfR2) + r4 * cosineTail);
 
   // Quadrant q: sin x = (sin r, cos r, -sin r, -cos r)[q], cos x = (cos r, -sin r, -cos r, sin r)[q],
-  // chosen through a mask rather than a jump, as selectIf does.
+  // chosen through a mask rather than a jump: joint angles change quadrant unpredictably, and a
+  // mispredicted branch costs more than both values.
   const Bits odd = Bits{} - (quadrant & 1);
   const Bits sineBits = __builtin_bit_cast(Bits, sineR), cosineBits = __builtin_bit_cast(Bits, cosineR);
   const Bits sineSign = (quadrant & 2) << 62;

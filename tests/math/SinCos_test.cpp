@@ -81,10 +81,4 @@ TEST(SinCos, ManyAtOnceEqualSingleCalls) {
   }
 }
 
-TEST(SelectIf, PicksBySignWithoutTouchingTheBits) {
-  EXPECT_TRUE(std::signbit(Kt::selectIf(true, -0.0, 0.0)));
-  EXPECT_FALSE(std::signbit(Kt::selectIf(false, -0.0, 0.0)));
-  EXPECT_TRUE(std::isnan(Kt::selectIf(false, 1.0, std::numeric_limits<double>::quiet_NaN())));
-}
-
 }  // namespace
